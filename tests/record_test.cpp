@@ -1,0 +1,119 @@
+#include "core/record.h"
+
+#include <gtest/gtest.h>
+#include <string.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace core {
+namespace {
+
+struct Block {
+  unsigned char* bytes;
+  size_t size;
+  unsigned char fill;
+
+  bool Intact() const {
+    for (size_t i = 0; i < size; ++i) {
+      if (bytes[i] != fill) {
+        return false;
+      }
+    }
+    return true;
+  }
+};
+
+// Blocks of many sizes, small and large, each filled with a byte of its own.
+std::vector<Block> Fill(RecordArena& arena, size_t count, unsigned seed) {
+  std::mt19937 random(seed);
+  std::vector<Block> blocks;
+  for (size_t i = 0; i < count; ++i) {
+    const size_t size = random() % 100 == 0 ? 1000 + random() % 100 : 1 + random() % 120;
+    Block block = {static_cast<unsigned char*>(arena.Allocate(size)), size, static_cast<unsigned char>(random())};
+    memset(block.bytes, block.fill, size);
+    blocks.push_back(block);
+  }
+  return blocks;
+}
+
+TEST(RecordArena, BlocksDoNotOverlapAndAreAlignedForPointers) {
+  RecordArena arena;
+  const std::vector<Block> blocks = Fill(arena, 20000, 1);
+  RecordReleaser releaser;
+  for (const Block& block : blocks) {
+    EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(block.bytes) % sizeof(void*));
+    EXPECT_TRUE(block.Intact());
+    releaser.Release(block.bytes);
+  }
+}
+
+TEST(RecordArena, BlocksOutliveTheArena) {
+  std::vector<Block> blocks;
+  {
+    RecordArena arena;
+    blocks = Fill(arena, 5000, 2);
+  }
+  RecordReleaser releaser;
+  for (const Block& block : blocks) {
+    EXPECT_TRUE(block.Intact());
+    releaser.Release(block.bytes);
+  }
+}
+
+TEST(RecordArena, FreedBlocksDoNotDisturbTheirNeighbours) {
+  RecordArena arena;
+  std::vector<Block> blocks = Fill(arena, 5000, 3);
+  std::shuffle(blocks.begin(), blocks.end(), std::mt19937(4));
+  while (!blocks.empty()) {
+    EXPECT_TRUE(blocks.back().Intact());
+    RecordReleaser().Release(blocks.back().bytes);
+    blocks.pop_back();
+    if (blocks.size() % 500 == 0) {
+      const std::vector<Block> more = Fill(arena, 50, static_cast<unsigned>(blocks.size()));
+      for (const Block& block : more) {
+        RecordReleaser().Release(block.bytes);
+      }
+    }
+  }
+}
+
+TEST(RecordArena, BlocksOfOneChunkMayBeFreedOnManyThreads) {
+  constexpr size_t kThreads = 4;
+  std::vector<Block> blocks;
+  {
+    RecordArena arena;
+    blocks = Fill(arena, 8000, 5);
+  }
+  std::vector<std::thread> threads;
+  for (size_t t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&blocks, t] {
+      RecordReleaser releaser;
+      for (size_t i = t; i < blocks.size(); i += kThreads) {
+        EXPECT_TRUE(blocks[i].Intact());
+        releaser.Release(blocks[i].bytes);
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+}
+
+TEST(Record, IsMadeAndDestroyed) {
+  struct Counted {
+    int* destroyed = nullptr;
+    ~Counted() { ++*destroyed; }
+  };
+  int destroyed = 0;
+  Counted* record = MakeRecord<Counted>();
+  record->destroyed = &destroyed;
+  DestroyRecord(record);
+  EXPECT_EQ(1, destroyed);
+}
+
+}  // namespace
+}  // namespace core
