@@ -1,0 +1,54 @@
+// The limit on the length of a wide string, which no machine has the memory to reach: this program
+// brings a text conversion of its own that claims any length.
+#include <gtest/gtest.h>
+#include <limits.h>
+
+#include "core/DecodeEncodedString.h"
+#include "core/mem1.h"
+#include "tests/support/benc_tree.h"
+#include "tests/support/fatal.h"
+
+namespace {
+
+size_t claimed_units = 0;
+
+}  // namespace
+
+namespace core {
+
+int DecodeUtf8(const char*, size_t, wchar_t*, size_t, bool*, size_t*) { return 0; }
+
+wchar_t* DecodeEncodedString(int, const char*, size_t, size_t* out_len) {
+  *out_len = claimed_units;
+  return static_cast<wchar_t*>(MyCalloc(1, sizeof(wchar_t)));
+}
+
+}  // namespace core
+
+namespace {
+
+class BencodingWideLimit : public BencTest {};
+
+TEST_F(BencodingWideLimit, AStringOfOneUnitLessThan2GiIsGiven) {
+  BencTreeOf tree("l1:ae");
+  for (size_t units : {size_t{0}, size_t{INT_MAX} - 1, size_t{INT_MAX}}) {
+    SCOPED_TRACE(units);
+    claimed_units = units;
+    size_t len = 99;
+    EXPECT_NE(nullptr, tree.list().GetStringT(0, 0, &len));
+    EXPECT_EQ(units, len);
+  }
+}
+
+using BencodingWideLimitDeathTest = BencodingWideLimit;
+
+TEST_F(BencodingWideLimitDeathTest, ALongerStringIsFatal) {
+  BencTreeOf tree("d1:k1:ae");
+  for (size_t units : {size_t{INT_MAX} + 1, size_t{1} << 32, SIZE_MAX}) {
+    SCOPED_TRACE(units);
+    claimed_units = units;
+    EXPECT_FATAL_ANY_LINE(tree.dict().GetStringT("k", 0, nullptr), "core/bencoding");
+  }
+}
+
+}  // namespace
