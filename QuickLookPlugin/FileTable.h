@@ -1,0 +1,27 @@
+// The dictionary of a torrent's files.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include "QuickLookPlugin/keyed_hash.h"
+#include "QuickLookPlugin/path_table.h"
+
+// A mutable dictionary from path strings to sizes whose cost does not depend on the platform's hash
+// of strings, which the author of a torrent can foresee. Keys keep the order in which they came; a
+// key that is set again keeps its place. Strings of the same characters are the same key.
+//
+// Like any dictionary it may be read by many threads at once as long as none changes it. Keys are
+// strings: looking for anything else finds nothing, storing under anything else is refused with
+// NSInvalidArgumentException.
+@interface SorrelFileTable : NSMutableDictionary {
+  reader::PathTable table;
+  reader::HashKey key;
+}
+
+// Stores a size under `path`, which is retained, not copied. The number object is made when someone
+// asks for it.
+// Requires: `path` is immutable; the `length` bytes at `bytes` are what it was made from, or those
+// that it has as UTF-8.
+- (void)setSize:(long long)size forPath:(NSString*)path utf8:(const char*)bytes length:(size_t)length;
+
+@end

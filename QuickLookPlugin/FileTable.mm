@@ -1,0 +1,132 @@
+#import "QuickLookPlugin/FileTable.h"
+
+#import "QuickLookPlugin/StringBytes.h"
+
+namespace {
+
+bool SameString(const void* key, const void* other) {
+  NSString* string = static_cast<NSString*>(const_cast<void*>(key));
+  return [string compare:static_cast<NSString*>(const_cast<void*>(other)) options:NSLiteralSearch] == NSOrderedSame;
+}
+
+// A platform may take a byte order mark for no part of the text, so that the string is not all of
+// the bytes that it was made from.
+bool BeginsLikeByteOrderMark(const char* bytes, size_t length) {
+  return length != 0 && static_cast<unsigned char>(bytes[0]) == 0xEF;
+}
+
+// The number object of an entry, made once. Two threads may come at the same time.
+id NumberOf(reader::PathEntry* entry) {
+  void* number = [[NSNumber numberWithLongLong:entry->number] retain];
+  void* present = nullptr;
+  if (__atomic_compare_exchange_n(&entry->value, &present, number, false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE)) {
+    return static_cast<id>(number);
+  }
+  [static_cast<id>(number) release];
+  return static_cast<id>(present);
+}
+
+}  // namespace
+
+@implementation SorrelFileTable
+
+- (id)init {
+  return [self initWithCapacity:0];
+}
+
+- (id)initWithCapacity:(NSUInteger)capacity {
+  self = [super init];
+  if (self) {
+    key = reader::NewHashKey();
+    table.Reserve(capacity);
+  }
+  return self;
+}
+
+- (void)dealloc {
+  for (size_t i = 0; i < table.used; ++i) {
+    [static_cast<id>(table.entries[i].key) release];
+    [static_cast<id>(table.entries[i].value) release];
+  }
+  table.Free();
+  [super dealloc];
+}
+
+- (reader::PathEntry*)entryForKey:(id)string hash:(uint64_t)hash {
+  return table.Find(hash, string, SameString);
+}
+
+- (uint64_t)hashOfKey:(NSString*)string {
+  const reader::StringBytes bytes(string);
+  return reader::KeyedHash(key, bytes.begin(), bytes.size());
+}
+
+- (reader::PathEntry*)entryForKey:(id)string {
+  return [string isKindOfClass:[NSString class]] ? [self entryForKey:string hash:[self hashOfKey:string]] : nullptr;
+}
+
+- (NSUInteger)count {
+  return table.live;
+}
+
+- (id)objectForKey:(id)string {
+  reader::PathEntry* entry = [self entryForKey:string];
+  if (!entry) {
+    return nil;
+  }
+  void* value = __atomic_load_n(&entry->value, __ATOMIC_ACQUIRE);
+  return value ? static_cast<id>(value) : NumberOf(entry);
+}
+
+- (NSArray*)allKeys {
+  NSMutableArray* keys = [NSMutableArray arrayWithCapacity:table.live];
+  for (size_t i = 0; i < table.used; ++i) {
+    if (table.entries[i].key) {
+      [keys addObject:static_cast<id>(table.entries[i].key)];
+    }
+  }
+  return keys;
+}
+
+- (NSEnumerator*)keyEnumerator {
+  return [[self allKeys] objectEnumerator];
+}
+
+- (void)setObject:(id)object forKey:(id)string {
+  if (!object || ![string isKindOfClass:[NSString class]]) {
+    [NSException raise:NSInvalidArgumentException format:@"a file table takes an object under a string"];
+  }
+  const uint64_t hash = [self hashOfKey:string];
+  reader::PathEntry* entry = [self entryForKey:string hash:hash];
+  if (!entry) {
+    entry = table.Add(hash, [string copy]);
+  }
+  [object retain];
+  [static_cast<id>(entry->value) release];
+  entry->value = object;
+}
+
+- (void)removeObjectForKey:(id)string {
+  reader::PathEntry* entry = [self entryForKey:string];
+  if (entry) {
+    const id removed_key = static_cast<id>(entry->key);
+    const id removed_value = static_cast<id>(entry->value);
+    table.Remove(entry);
+    [removed_key release];
+    [removed_value release];
+  }
+}
+
+- (void)setSize:(long long)size forPath:(NSString*)path utf8:(const char*)bytes length:(size_t)length {
+  const uint64_t hash =
+      BeginsLikeByteOrderMark(bytes, length) ? [self hashOfKey:path] : reader::KeyedHash(key, bytes, length);
+  reader::PathEntry* entry = [self entryForKey:path hash:hash];
+  if (!entry) {
+    entry = table.Add(hash, [path retain]);
+  }
+  [static_cast<id>(entry->value) release];
+  entry->value = nullptr;
+  entry->number = size;
+}
+
+@end
