@@ -16,6 +16,7 @@
 @interface SorrelFileTable : NSMutableDictionary {
   reader::PathTable table;
   reader::HashKey key;
+  unsigned long mutations;
 }
 
 // Stores a size under `path`, which is retained, not copied. The number object is made when someone

@@ -92,6 +92,22 @@ id NumberOf(reader::PathEntry* entry) {
   return [[self allKeys] objectEnumerator];
 }
 
+// The state holds the position of the next entry, so that no batch depends on an object that may be
+// gone by the time of the next one.
+- (NSUInteger)countByEnumeratingWithState:(NSFastEnumerationState*)state objects:(id*)batch count:(NSUInteger)room {
+  NSUInteger filled = 0;
+  size_t next = state->state;
+  for (; next < table.used && filled < room; ++next) {
+    if (table.entries[next].key) {
+      batch[filled++] = static_cast<id>(table.entries[next].key);
+    }
+  }
+  state->state = next;
+  state->itemsPtr = batch;
+  state->mutationsPtr = &mutations;
+  return filled;
+}
+
 - (void)setObject:(id)object forKey:(id)string {
   if (!object || ![string isKindOfClass:[NSString class]]) {
     [NSException raise:NSInvalidArgumentException format:@"a file table takes an object under a string"];
@@ -100,6 +116,7 @@ id NumberOf(reader::PathEntry* entry) {
   reader::PathEntry* entry = [self entryForKey:string hash:hash];
   if (!entry) {
     entry = table.Add(hash, [string copy]);
+    ++mutations;
   }
   [object retain];
   [static_cast<id>(entry->value) release];
@@ -112,6 +129,7 @@ id NumberOf(reader::PathEntry* entry) {
     const id removed_key = static_cast<id>(entry->key);
     const id removed_value = static_cast<id>(entry->value);
     table.Remove(entry);
+    ++mutations;
     [removed_key release];
     [removed_value release];
   }
@@ -123,6 +141,7 @@ id NumberOf(reader::PathEntry* entry) {
   reader::PathEntry* entry = [self entryForKey:path hash:hash];
   if (!entry) {
     entry = table.Add(hash, [path retain]);
+    ++mutations;
   }
   [static_cast<id>(entry->value) release];
   entry->value = nullptr;

@@ -133,6 +133,45 @@ TEST_F(FileTableTest, EnumeratesTheKeysInOrder) {
   EXPECT_EQ(nil, [keys nextObject]);
 }
 
+TEST_F(FileTableTest, GivesItsKeysInBatchesAndInOrder) {
+  constexpr size_t kFiles = 40;
+  std::vector<std::string> expected;
+  for (size_t i = 0; i < kFiles; ++i) {
+    const std::string name = "file " + std::to_string(i);
+    SetSize(name, static_cast<long long>(i));
+    if (i % 3 == 0) {
+      [table_ removeObjectForKey:[NSString stringWithUTF8String:name.c_str()]];
+    } else {
+      expected.push_back(name);
+    }
+  }
+  std::vector<std::string> found;
+  NSFastEnumerationState state = {};
+  id batch[7];
+  while (NSUInteger count = [table_ countByEnumeratingWithState:&state objects:batch count:7]) {
+    ASSERT_LE(count, 7u);
+    for (NSUInteger i = 0; i < count; ++i) {
+      found.push_back(Text(state.itemsPtr[i]));
+    }
+  }
+  EXPECT_EQ(expected, found);
+}
+
+TEST_F(FileTableTest, TellsAnEnumerationThatKeysHaveComeOrGone) {
+  SetSize("a", 1);
+  NSFastEnumerationState state = {};
+  id batch[4];
+  ASSERT_EQ(1u, [table_ countByEnumeratingWithState:&state objects:batch count:4]);
+  const unsigned long before = *state.mutationsPtr;
+  SetSize("a", 2);
+  EXPECT_EQ(before, *state.mutationsPtr);
+  SetSize("b", 1);
+  const unsigned long after_adding = *state.mutationsPtr;
+  EXPECT_NE(before, after_adding);
+  [table_ removeObjectForKey:@"a"];
+  EXPECT_NE(after_adding, *state.mutationsPtr);
+}
+
 TEST_F(FileTableTest, FindsPathsOfAllCharacters) {
   const std::string paths[] = {"", " ", "a/b", "\xC3\xA9", "\xE4\xB8\xAD/\xF0\x9F\x98\x80", std::string(1000, 'x')};
   long long size = 0;
