@@ -97,10 +97,10 @@ void BencDictMap::Rebalance(BencDictNode* node) {
 }
 
 // Turns the edge between `node` and its right (to_left) or left child round; returns the subtree's
-// new root.
+// new root. The child exists: a node leans to that side.
 BencDictNode* BencDictMap::Rotate(BencDictNode* node, bool to_left) {
   BencDictNode* top = to_left ? node->right : node->left;
-  BencDictNode* inner = to_left ? top->left : top->right;
+  BencDictNode* inner = to_left ? top->left : top->right;  // NOLINT(clang-analyzer-core.NullDereference)
   Replace(node, top);
   (to_left ? node->right : node->left) = inner;
   if (inner) {
