@@ -59,7 +59,7 @@ namespace platform {
 
 void RestoreArguments() {
   while (HiddenText* hidden = g_hidden) {
-    strcpy(hidden->place, hidden->original);
+    memcpy(hidden->place, hidden->original, strlen(hidden->original));
     g_hidden = hidden->next;
     free(hidden);
   }

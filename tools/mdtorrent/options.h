@@ -1,0 +1,50 @@
+// The command line.
+#pragma once
+
+#include <stddef.h>
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "tools/mdtorrent/progress.h"
+
+namespace mdtorrent {
+
+// What the process ends with. Of several that apply the one that stands first here is taken.
+enum class ExitCode {
+  kInterrupted = 130,
+  kUsage = 2,
+  kBundle = 4,
+  kUnreadable = 3,  // also when the output cannot be written
+  kUnusable = 1,
+  kSuccess = 0,
+};
+
+enum class Format { kMdls, kJson, kNdjson, kPlist };
+enum class Interface { kUrl, kLegacy };
+
+struct Options {
+  Format format = Format::kMdls;
+  Interface interface = Interface::kUrl;
+  ProgressMode progress = ProgressMode::kAuto;
+  std::string bundle;  // empty: look for it
+  std::string locale;  // empty: the one of the environment
+  bool recursive = false;
+  bool zero_separated = false;
+  size_t jobs = 1;
+  std::vector<std::string> paths;
+};
+
+// What the command line asks for when it asks for no run.
+struct Answer {
+  ExitCode exit_code;
+  std::string text;  // for standard output on success, otherwise a line for standard error
+};
+
+std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv);
+
+// The line for a mistake in the use of the program.
+Answer UsageError(std::string_view message);
+
+}  // namespace mdtorrent

@@ -1,0 +1,101 @@
+#include "tools/mdtorrent/run.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <system_error>
+
+#include "tools/mdtorrent/escape.h"
+#include "tools/mdtorrent/interrupt.h"
+#include "tools/mdtorrent/worker.h"
+
+namespace mdtorrent {
+namespace {
+
+PathList MakePathList(const Options& options) {
+  PathList::Source source;
+  source.paths = options.paths;
+  source.recursive = options.recursive;
+  source.separator = options.zero_separated ? '\0' : '\n';
+  source.input = STDIN_FILENO;
+  source.stop = InterruptDescriptor();
+  return PathList(std::move(source));
+}
+
+// Whether the user cannot tell from the command line alone which file a record belongs to.
+bool SeveralFiles(const Options& options) {
+  return options.paths.size() > 1 || options.recursive || options.paths[0] == "-";
+}
+
+std::vector<std::unique_ptr<Importer>> MakeImporters(const Options& options, const ImporterBundle& bundle,
+                                                     std::string& error) {
+  std::vector<std::unique_ptr<Importer>> importers;
+  for (size_t i = 0; i < options.jobs; ++i) {
+    importers.push_back(bundle.NewImporter(options.interface, error));
+    if (!importers.back()) {
+      return {};
+    }
+  }
+  return importers;
+}
+
+OrderedOutput::Streams StandardStreams(const Options& options) {
+  return {stdout, stderr, options.format == Format::kNdjson || isatty(STDOUT_FILENO) != 0};
+}
+
+// A reader that has gone away needs no message.
+void TellOutputError(int error) {
+  if (error != 0 && error != EPIPE) {
+    const std::string message = std::error_code(error, std::generic_category()).message();
+    fprintf(stderr, "mdtorrent: cannot write the output: %s\n", message.c_str());
+  }
+}
+
+ExitCode ExitCodeOf(const OrderedOutput& output) {
+  if (Interrupted()) {
+    return ExitCode::kInterrupted;
+  }
+  const Counts& counts = output.counts();
+  if (output.error() != 0 || counts.unreadable > 0) {
+    return ExitCode::kUnreadable;
+  }
+  return counts.unusable > 0 ? ExitCode::kUnusable : ExitCode::kSuccess;
+}
+
+}  // namespace
+
+ExitCode RefuseBundle(const std::string& path, const std::string& reason) {
+  std::string line = "mdtorrent: cannot load ";
+  AppendPrintable(line, path);
+  fprintf(stderr, "%s: %s\n", line.c_str(), reason.c_str());
+  return ExitCode::kBundle;
+}
+
+ExitCode Run(const Options& options, const ImporterBundle& bundle, const std::string& bundle_path) {
+  std::string error;
+  const std::vector<std::unique_ptr<Importer>> importers = MakeImporters(options, bundle, error);
+  if (importers.empty()) {
+    return RefuseBundle(bundle_path, error);
+  }
+  Progress progress(options.progress, stderr);
+  PathList paths = MakePathList(options);
+  if (progress.may_show()) {
+    paths.CollectIfFinite();
+    progress.set_total(paths.total());
+  }
+  OrderedOutput output(StandardStreams(options), FramingOf(options.format), progress);
+  Job job(options.format, SeveralFiles(options), paths, output);
+  output.Begin();
+  ImportAll(job, importers);
+  output.End();
+  progress.Finish(output.counts());
+  TellOutputError(output.error());
+  if (paths.searched_folder()) {
+    fprintf(stderr, "mdtorrent: %s%s\n", Interrupted() ? "interrupted, " : "",
+            SummaryLine(output.counts(), progress.Elapsed()).c_str());
+  }
+  return ExitCodeOf(output);
+}
+
+}  // namespace mdtorrent
