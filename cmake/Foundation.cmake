@@ -13,6 +13,9 @@ find_program(GNUSTEP_CONFIG gnustep-config REQUIRED)
 foreach(kind objc-flags base-libs)
   execute_process(COMMAND ${GNUSTEP_CONFIG} --${kind} OUTPUT_VARIABLE gnustep_${kind}
                   OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  if(NOT gnustep_${kind})
+    message(FATAL_ERROR "gnustep-config --${kind} says nothing; it needs make")
+  endif()
   separate_arguments(gnustep_${kind} UNIX_COMMAND "${gnustep_${kind}}")
 endforeach()
 # Keep what selects the runtime; the rest (optimisation, dependency files, include paths) is ours.
