@@ -115,7 +115,8 @@ struct LListRaw {
   // The array as a double-ended queue: the live elements occupy the slots from `start` on. `start`
   // belongs to the caller, begins as 0 and is passed to each of these calls, which update it. Drop the
   // last element with pop_back, the first with SetCount(count - 1) and ++start.
-  // Requires: 0 <= start and start + count <= capacity, unless count is 0.
+  // Requires: 0 <= start and start + count <= capacity, unless count is 0. A block of one slot, which
+  // only LDCompact makes, takes no LDpush_front while it is empty: Resize it first.
 
   // Adds a slot, uninitialised, behind the last element or before the first and returns its address.
   // Cost: amortised constant; a run that reached its end of the block is centred again.

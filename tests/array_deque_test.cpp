@@ -214,5 +214,15 @@ TEST(LListDeque, PushesAfterCompactingAnEmptyQueueStayInTheNewBlock) {
   }
 }
 
+TEST(ArrayDequeDeathTest, AnEmptyBlockOfOneSlotHasNoRoomInFront) {
+  Ints array;
+  ptrdiff_t start = 0;
+  PushBack(array, start, 1);
+  array.LDCompact(kInt, start);
+  ASSERT_EQ(1u, array.capacity);
+  array.pop_back();
+  EXPECT_FATAL(array.LDpush_front(kInt, start), kSource, 235);
+}
+
 }  // namespace
 }  // namespace core

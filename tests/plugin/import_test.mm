@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "tests/plugin/bundle.h"
-#include "tests/plugin/temp_folder.h"
 #include "tests/plugin/torrent_bytes.h"
+#include "tests/support/temp_folder.h"
 
 // File URLs whose path cannot be asked for without an exception, of either kind, and one without any.
 @interface RaisingURL : NSURL

@@ -11,7 +11,7 @@
 #include "platform/gnustep/instance_count.h"
 #include "tests/plugin/foundation_test.h"
 #include "tests/plugin/sample_plugin.h"
-#include "tests/plugin/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 // The leak checker's switches, in builds that have it.
 extern "C" __attribute__((weak, visibility("default"))) void __lsan_disable();

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <thread>
 
-#include "tests/plugin/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "core/host.h"
-#include "tests/plugin/temp_folder.h"
 #include "tests/reader/encoded.h"
 #import "tests/reader/pool.h"
 #include "tests/support/scoped_locale.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -5,9 +5,9 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --prefix ${PREFIX} O
 file(RENAME ${PREFIX} ${PREFIX}-moved)
 set(installed --program ${PREFIX}-moved/bin/mdtorrent
               --bundle ${PREFIX}-moved/lib/sorrel-torrent/SorrelTorrent.mdimporter)
-execute_process(COMMAND ${PYTHON} ${CMAKE_CURRENT_LIST_DIR}/failures_test.py ${installed} Bundles
+execute_process(COMMAND ${PYTHON} -B ${CMAKE_CURRENT_LIST_DIR}/failures_test.py ${installed} Bundles
                 COMMAND_ERROR_IS_FATAL ANY)
-execute_process(COMMAND ${PYTHON} ${CMAKE_CURRENT_LIST_DIR}/formats_test.py ${installed} COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${PYTHON} -B ${CMAKE_CURRENT_LIST_DIR}/formats_test.py ${installed} COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ldd ${PREFIX}-moved/bin/mdtorrent OUTPUT_VARIABLE libraries COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCH "libsorrelplatform.so => ([^ ]+)" found "${libraries}")
 get_filename_component(library "${CMAKE_MATCH_1}" REALPATH)

@@ -6,7 +6,7 @@
 
 #include <thread>
 
-#include "tests/plugin/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 namespace mdtorrent {
 namespace {
