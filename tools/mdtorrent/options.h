@@ -4,6 +4,7 @@
 #include <stddef.h>
 
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
