@@ -553,11 +553,11 @@ TEST(FormatRules, SinksReceiveTextInItsOwnWidth) {
 }
 
 TEST(FormatRules, SwitchDeclinesWhatTheEnginesHandle) {
-  const auto offer = [](char letter, ...) {
+  const auto offer = [](int letter, ...) {
     Recorder out(100);
     FormatArgs args;
     va_start(args.list, letter);
-    const bool handled = fd_format_switch(out, letter, -1, -1, 0, 0, args);
+    const bool handled = fd_format_switch(out, static_cast<char>(letter), -1, -1, 0, 0, args);
     const int next = va_arg(args.list, int);
     va_end(args.list);
     return std::make_pair(handled, next);
