@@ -8,7 +8,7 @@ namespace reader {
 
 namespace {
 
-// Bytes that the tree spends, with the allocator's share.
+// At least what the tree spends on each of its parts, with the allocator's share.
 constexpr size_t kBlockOverhead = 16;
 constexpr size_t kListRecord = 48;
 constexpr size_t kDictRecord = 64;

@@ -18,20 +18,29 @@ using ByteArray = BencArray<unsigned char>;
 
 bool IsContainer(BencType kind) { return kind == BENC_LIST || kind == BENC_DICT; }
 
+// Adds the entry that `new_node` makes for a key; null, and nothing is made, when it is there already.
+template <class NewNode>
+BencDictNode* AddUnique(BencDictMap& dict, const char* key, size_t len, NewNode new_node) {
+  BencDictMap::Place place;
+  if (!dict.FindPlace(key, len, &place)) {
+    return nullptr;
+  }
+  BencDictNode* node = new_node();
+  dict.Attach(node, place);
+  return node;
+}
+
 // How a decode stores keys and strings: copied, borrowed, or by the caller's rules. AddEntry answers
 // null for a key that is there already.
 
 struct CopyStore {
   static bool LazyInt() { return false; }
   static BencDictNode* AddEntry(BencDictMap& dict, RecordArena& arena, const char* text, size_t len) {
-    BencDictMap::Place place;
-    if (!dict.FindPlace(text, len, &place)) {
-      return nullptr;
-    }
-    BencDictNode* node = new (arena.Allocate(sizeof(BencDictNode) + len + 1)) BencDictNode;
-    node->key.Embed(node + 1, text, len);
-    dict.Attach(node, place);
-    return node;
+    return AddUnique(dict, text, len, [&] {
+      BencDictNode* node = new (arena.Allocate(sizeof(BencDictNode) + len + 1)) BencDictNode;
+      node->key.Embed(node + 1, text, len);
+      return node;
+    });
   }
   static ByteArray* Bytes(RecordArena& arena, const unsigned char* text, size_t len) {
     ByteArray* bytes = new (arena.Allocate(sizeof(ByteArray) + len + 1)) ByteArray;
@@ -43,14 +52,11 @@ struct CopyStore {
 struct BorrowStore {
   static bool LazyInt() { return false; }
   static BencDictNode* AddEntry(BencDictMap& dict, RecordArena& arena, const char* text, size_t len) {
-    BencDictMap::Place place;
-    if (!dict.FindPlace(text, len, &place)) {
-      return nullptr;
-    }
-    BencDictNode* node = new (arena.Allocate(sizeof(BencDictNode))) BencDictNode;
-    node->key.Borrow(text, len);
-    dict.Attach(node, place);
-    return node;
+    return AddUnique(dict, text, len, [&] {
+      BencDictNode* node = new (arena.Allocate(sizeof(BencDictNode))) BencDictNode;
+      node->key.Borrow(text, len);
+      return node;
+    });
   }
   static ByteArray* Bytes(RecordArena& arena, const unsigned char* text, size_t len) {
     ByteArray* bytes = new (arena.Allocate(sizeof(ByteArray))) ByteArray;
@@ -66,14 +72,12 @@ struct RegimeStore {
   // The key is what the regime makes of the text; the map is searched for that.
   BencDictNode* AddEntry(BencDictMap& dict, RecordArena& arena, const char* text, size_t len) const {
     BencArray<char>* key = regime->NewKey(const_cast<char*>(text), static_cast<int>(len));
-    BencDictMap::Place place;
-    BencDictNode* node = nullptr;
-    if (dict.FindPlace(key->begin(), key->size(), &place)) {
-      node = new (arena.Allocate(sizeof(BencDictNode))) BencDictNode;
-      node->key.Swap(*key);
-      std::swap(node->key.borrowed, key->borrowed);
-      dict.Attach(node, place);
-    }
+    BencDictNode* node = AddUnique(dict, key->begin(), key->size(), [&] {
+      BencDictNode* made = new (arena.Allocate(sizeof(BencDictNode))) BencDictNode;
+      made->key.Swap(*key);
+      std::swap(made->key.borrowed, key->borrowed);
+      return made;
+    });
     DestroyRecord(key);
     return node;
   }
