@@ -1,4 +1,5 @@
-// String helpers: comparison, searching, copying, tokenising, trimming, wildcards, owned slots, buffers.
+// String helpers: comparison, searching, copying, tokenising, trimming, wildcards, owned slots, buffers,
+// and the owned strings of core/basic_string.h.
 //
 // Unless said otherwise a case-insensitive function folds the ASCII letters A to Z onto a to z on
 // both sides and compares everything else as it is, no argument may be null, and a new string is
@@ -7,6 +8,7 @@
 
 #include <stddef.h>
 
+#include "core/basic_string.h"
 #include "core/templates.h"
 
 namespace core {
