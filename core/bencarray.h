@@ -8,16 +8,32 @@
 
 namespace core {
 
+// Bytes for an array's constructor: to be copied to `room`, which has space for one more.
+template <class T>
+struct EmbeddedBytes {
+  void* room;
+  const T* text;
+  size_t len;
+};
+
+// Bytes for an array's constructor: to be pointed at.
+template <class T>
+struct BorrowedBytes {
+  const T* text;
+  size_t len;
+};
+
 // Bytes that are either owned, followed by one zero byte that is not counted, or borrowed from a
 // buffer that must outlive the array (no terminator). The destructor frees owned bytes and forgets
 // borrowed ones. Owned bytes may stand in the same block behind the array (embedded); they go with
 // the block.
 template <class T>
-struct BencArray : LList<T> {
+struct BencArray : LList<T>, Record {
   static_assert(sizeof(T) == 1);
 
   bool borrowed = false;
   bool embedded = false;
+  RecordOrigin from = kSingle;
 
   BencArray() = default;
   // A copy of owned bytes owns its own; a copy of borrowed bytes borrows the same.
@@ -28,12 +44,25 @@ struct BencArray : LList<T> {
       Assign(other.begin(), other.size());
     }
   }
+  explicit BencArray(const EmbeddedBytes<T>& bytes) { Embed(bytes.room, bytes.text, bytes.len); }
+  explicit BencArray(const BorrowedBytes<T>& bytes) { Borrow(bytes.text, bytes.len); }
+  // Takes the bytes of `other`, which is left empty.
+  explicit BencArray(BencArray* other) {
+    if (other->embedded) {
+      Assign(other->begin(), other->size());
+      return;
+    }
+    this->Swap(*other);
+    std::swap(borrowed, other->borrowed);
+  }
   BencArray& operator=(const BencArray&) = delete;
   ~BencArray() {
     if (!borrowed && !embedded) {
       this->Free();
     }
   }
+
+  RecordOrigin& origin() { return from; }
 
   // Makes an empty array own a terminated copy of the `len` bytes at `text`.
   // Requires: the array is empty and has no block.
@@ -52,7 +81,9 @@ struct BencArray : LList<T> {
     this->data = static_cast<unsigned char*>(room);
     this->capacity = len + 1;
     this->count = static_cast<ptrdiff_t>(len);
-    memcpy(this->data, text, len);
+    if (len != 0) {
+      memcpy(this->data, text, len);
+    }
     this->data[len] = 0;
   }
 
@@ -64,22 +95,45 @@ struct BencArray : LList<T> {
     this->capacity = len;
     this->count = static_cast<ptrdiff_t>(len);
   }
+
+  // Makes the array empty: it owns its bytes and has none.
+  void Clear() {
+    if (borrowed || embedded) {
+      this->StealArray(nullptr);
+      borrowed = false;
+      embedded = false;
+    } else {
+      this->Resize(0);
+    }
+  }
+
+  // Makes an empty array own the `len` bytes at the start of `block`, which has `room` bytes and comes
+  // from the library's allocator.
+  // Requires: the array is empty and has no block.
+  void Adopt(void* block, size_t room, size_t len) {
+    this->SetArray(block, room, 1);
+    this->SetCount(static_cast<ptrdiff_t>(len));
+  }
+
+  // Compares two keys: their common length as bytes up to a zero byte that both have, then the
+  // shorter first. Negative, zero or positive.
+  // On purpose: keys that agree up to a common zero byte and have equal lengths are equal.
+  int Compare(const BencArray& other) const {
+    const size_t common = this->size() < other.size() ? this->size() : other.size();
+    const int order = common == 0 ? 0
+                                  : strncmp(reinterpret_cast<const char*>(this->data),
+                                            reinterpret_cast<const char*>(other.data), common);
+    if (order != 0) {
+      return order;
+    }
+    return this->size() < other.size() ? -1 : this->size() > other.size();
+  }
 };
 static_assert(sizeof(BencArray<char>) == 32);
 
-// Compares two keys: their common length as bytes up to a zero byte that both have, then the
-// shorter first. Negative, zero or positive.
-// On purpose: keys that agree up to a common zero byte and have equal lengths are equal.
-inline int CompareKeys(const char* a, size_t a_len, const char* b, size_t b_len) {
-  const int order = strncmp(a, b, a_len < b_len ? a_len : b_len);
-  if (order != 0) {
-    return order;
-  }
-  return a_len < b_len ? -1 : a_len > b_len;
-}
-
-inline bool operator<(const BencArray<char>& a, const BencArray<char>& b) {
-  return CompareKeys(a.begin(), a.size(), b.begin(), b.size()) < 0;
+template <class T>
+bool operator<(const BencArray<T>& a, const BencArray<T>& b) {
+  return a.Compare(b) < 0;
 }
 
 }  // namespace core

@@ -4,7 +4,6 @@
 #include <string.h>
 
 #include "core/DecodeEncodedString.h"
-#include "core/bencdict.h"
 #include "core/host.h"
 #include "core/nustr.h"
 #include "core/strfmt.h"
@@ -69,7 +68,7 @@ long long BencEntityLazyInt::GetInt64(long long) {
 int BencEntityLazyInt::GetInt(int def) { return static_cast<int>(static_cast<uint32_t>(GetInt64(def))); }
 
 BencEntityMem::BencEntityMem() {
-  value_.bytes = MakeRecord<BencArray<unsigned char>>();
+  value_.bytes = new BencArray<unsigned char>;
   kind_ = BENC_STR;
 }
 
@@ -106,7 +105,7 @@ const wchar_t* BencEntityMem::GetStringT(int code_page, size_t* len) const {
 }
 
 BencodedList::BencodedList() {
-  value_.list = MakeRecord<BencListRecord>();
+  value_.list = new BencListRecord;
   kind_ = BENC_LIST;
 }
 
@@ -153,13 +152,25 @@ long long BencodedList::GetInt64(size_t i, long long def) const {
 }
 
 BencodedDict::BencodedDict() {
-  value_.dict = MakeRecord<BencDictMap>();
+  value_.dict = new BencDictMap;
   kind_ = BENC_DICT;
 }
 
+size_t BencodedDict::size() const { return Entries().size(); }
+
+BencDictMap::iterator BencodedDict::begin() const { return Entries().begin(); }
+
+BencDictMap::iterator BencodedDict::end() const { return Entries().end(); }
+
 BencEntity* BencodedDict::Get(const char* key) const {
+  BencDictMap& entries = Entries();
+  const BencDictMap::iterator found = entries.find(BencArray<char>(BorrowedBytes<char>{key, strlen(key)}));
+  return found.AtEnd() ? nullptr : &found->second;
+}
+
+BencDictMap& BencodedDict::Entries() const {
   AssertAt(kind_ == BENC_DICT && value_.dict, kSource, __LINE__);
-  return value_.dict->Find(key, strlen(key));
+  return *value_.dict;
 }
 
 BencodedDict* BencodedDict::GetDict(const char* key) const { return OfKind<BencodedDict>(Get(key), BENC_DICT); }
@@ -185,7 +196,8 @@ char* BencodedDict::GetStringCopy(const char* key) const {
   if (!bytes.data) {
     return nustrdup("");  // made empty and never filled: there are no bytes to look behind
   }
-  AssertAt(bytes.data[bytes.count] == 0, kSource, __LINE__);
+  // The owner of raw bytes may have none behind them.
+  AssertAt((bytes.borrowed || bytes.size() < bytes.capacity) && bytes.data[bytes.count] == 0, kSource, __LINE__);
   return nustrdup(reinterpret_cast<const char*>(bytes.data));
 }
 

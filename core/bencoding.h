@@ -14,8 +14,13 @@
 
 namespace core {
 
-struct BencDictMap;
+class BencEntity;
 struct BencListRecord;
+template <class C>
+class basic_string;
+
+// A dictionary's entries.
+using BencDictMap = Map<BencArray<char>, BencEntity>;
 
 enum BencType : int32_t {
   BENC_NONE = 0,      // nothing
@@ -47,9 +52,9 @@ class BencEntity {
   class AllocRegime {
    public:
     virtual ~AllocRegime() = default;
-    // A new array (made with MakeRecord) holding the key; the map takes it over.
+    // A new array (made with `new`) holding the key; the map takes it over.
     virtual BencArray<char>* NewKey(char* text, int len) = 0;
-    // A new array (made with MakeRecord) holding the string; the value takes it over.
+    // A new array (made with `new`) holding the string; the value takes it over.
     virtual BencArray<unsigned char>* NewMem(unsigned char* text, int len) = 0;
     // True to keep integers as text (BENC_INT_LAZY).
     virtual bool LazyInt() { return false; }
@@ -65,7 +70,11 @@ class BencEntity {
   // Frees what this value owns, at any depth, and leaves it BENC_NONE. Elements go in index order
   // and dictionary values in ascending key order.
   // Requires: a valid kind. Cost: linear; neither recursion nor allocation.
-  void FreeMembers();
+  void FreeMembers() {
+    if (kind_ != BENC_NONE) {
+      FreeTree();
+    }
+  }
 
   // Makes this BENC_NONE without freeing anything.
   void ZeroOut() {
@@ -75,8 +84,28 @@ class BencEntity {
 
   // Frees this value, takes over the source's and leaves the source BENC_NONE. The source may be
   // an element of this value.
-  // Requires: `src` is another object; this is of its kind, or BENC_NONE or BENC_NULL.
+  // Requires: `src` is another object, and does not hold this one; this is of its kind, or BENC_NONE
+  // or BENC_NULL.
   void MoveFrom(BencEntity& src);
+
+  // Replaces this value by a deep copy of the source: owned bytes are copied and terminated, borrowed
+  // ones are borrowed by the copy too. The source may be this value, part of it, or hold it: it is
+  // copied as it was before.
+  // On purpose: a BENC_NONE source leaves this value as it is.
+  // Requires: for a string or lazy integer, this is one of those or BENC_NONE; for a list, this is a
+  // list, if only an empty one. The source holds neither virtual lists nor BENC_VOID.
+  // Cost: linear, never recursive; memory is the only limit on depth.
+  void CopyFrom(const BencEntity& src);
+
+  // Frees this value and makes it the BENC_INT `v`. Returns `v`.
+  int SetInt(int v);
+  // Frees this value and makes it the BENC_INT64 `v`.
+  void SetInt64(long long v);
+
+  // Frees this value and makes it a virtual list of `count` elements: `callback` fills the record that
+  // it is given, a BENC_NONE value of the list's, with the element at `index`. Returns this value.
+  BencodedList* SetVList(void (*callback)(void* user_data, size_t index, BencEntity* out), size_t count,
+                         void* user_data);
 
   // The low 32 bits of an integer; `def` for every other kind, BENC_INT_LAZY included.
   int GetInt(int def) const;
@@ -133,11 +162,14 @@ class BencEntity {
   };
   Value value_ = {0};
   BencType kind_ = BENC_NONE;
+
+ private:
+  void FreeTree();
 };
 static_assert(sizeof(BencEntity) == 16);
 
 // A list whose elements are produced on demand; it keeps one of them.
-struct BencVList {
+struct BencVList : Record {
   void (*callback)(void* user_data, size_t index, BencEntity* out);
   void* user_data;
   size_t cached_index;  // all ones when none
@@ -147,14 +179,20 @@ struct BencVList {
 
 // A list's elements. They may stand in the same block behind the record (embedded); they must be
 // moved out before the array changes its block.
-struct BencListRecord : LList<BencEntity> {
+struct BencListRecord : LList<BencEntity>, Record {
   bool embedded = false;
+  RecordOrigin from = kSingle;
+
+  RecordOrigin& origin() { return from; }
 
   ~BencListRecord() {
     if (!embedded) {
       Free();
     }
   }
+
+  // Moves embedded elements to a block of the allocator with `room` slots, at least one for each.
+  void Detach(size_t room);
 };
 static_assert(sizeof(BencListRecord) == 32);
 
@@ -185,6 +223,34 @@ class BencEntityMem : public BencEntity {
   // units; null when this is no string. Valid until the next temporary wide string on this thread.
   // Requires: fewer than 2^31 units result.
   const wchar_t* GetStringT(int code_page, size_t* len) const;
+
+  // CopyFrom for a source that is a string or a lazy integer.
+  void CopyFrom(const BencEntity& src);
+
+  // The setters replace the bytes; their argument may lie in the bytes that they replace.
+  // Requires, here and below: this is a string.
+
+  // Copies the `len` bytes at `s`, or those up to the zero byte for -1, and terminates them. A null `s`
+  // leaves an empty string.
+  // Requires: 0 <= len < 2^31, also when counted, unless `s` is null.
+  void SetStr(const char* s, int len);
+
+  // Stores `ws` as UTF-8. Null leaves an empty string.
+  // Requires: fewer than 2^31 bytes result.
+  void SetStrT(const wchar_t* ws);
+
+  // Copies the `len` bytes at `p`.
+  // On purpose: raw bytes, no terminator is written.
+  // Requires: `p` is not null.
+  void SetMem(const void* p, size_t len);
+
+  // Takes over the block `p` with `len` bytes from the library's allocator.
+  // On purpose: raw bytes, no terminator is written.
+  // Requires: `p` is not null unless `len` is 0.
+  void SetMemOwn(void* p, size_t len);
+
+ private:
+  BencArray<unsigned char>& Bytes() const;
 };
 
 class BencodedList : public BencEntity {
@@ -212,6 +278,31 @@ class BencodedList : public BencEntity {
   // Reads tokens until a nested container was opened, which `*child` then names, or the list was
   // closed (`*child` null). False when the decode has failed.
   bool ResumeList(IBencParser* parser, BencEntity** child, AllocRegime* regime);
+
+  // CopyFrom for a source that is a list. Requires: this is a list.
+  void CopyFrom(const BencEntity& src);
+
+  // Moves `v` to the end of the list and returns the new element; `v` is left BENC_NONE. It may be an
+  // element of this list. Whatever adds or removes an element invalidates the elements' addresses.
+  // Requires, here and below: this is a list, not a virtual one; `v` is not this list and does not hold
+  // it.
+  // Cost: amortised constant.
+  BencEntity* Append(BencEntity& v);
+
+  // Appends a new value and returns it.
+  // On purpose: a `len` that is -1 as an int means up to the zero byte (see BencEntityMem::SetStr).
+  BencEntityMem* AppendString(const char* s, size_t len);
+  BencEntity* AppendInt(int v);
+  BencEntity* AppendInt64(long long v);
+  BencodedDict* AppendDict();
+  BencodedList* AppendList();
+
+  // Frees the element at `i` and moves the later ones down by one.
+  // Requires: `i` < GetCount(). Cost: moves the later elements.
+  void Delete(size_t i);
+
+ private:
+  BencListRecord& Elements() const;
 };
 
 class BencodedDict : public BencEntity {
@@ -219,8 +310,14 @@ class BencodedDict : public BencEntity {
   // An empty dictionary.
   BencodedDict();
 
+  // The number of entries, and the entries in ascending key order, each a Pair of key and value.
+  // Requires, here and below: this is a dictionary.
+  size_t size() const;
+  BencDictMap::iterator begin() const;
+  BencDictMap::iterator end() const;
+
   // The value under `key`, null when absent. Valid until it is freed or replaced.
-  // Requires, here and below: this is a dictionary. Cost: logarithmic.
+  // Cost: logarithmic.
   BencEntity* Get(const char* key) const;
 
   // The value under `key` when it has the kind asked for, else null or `def`.
@@ -239,6 +336,32 @@ class BencodedDict : public BencEntity {
 
   // As BencodedList::ResumeList.
   bool ResumeDict(IBencParser* parser, BencEntity** child, AllocRegime* regime);
+
+  // CopyFrom for a source that is a dictionary; this may be of any kind.
+  void CopyFrom(const BencEntity& src);
+
+  // Moves `v` to the entry with a copy of `key` and returns the stored value; `v` is left BENC_NONE.
+  // `key` may lie, and `v` may be, inside this dictionary.
+  // On purpose: when the key is there its value stays and is returned, and `v` is freed.
+  // Requires: `key` is not null; `v` is not this dictionary and does not hold it. Cost: logarithmic.
+  BencEntity* Insert(const char* key, BencEntity& v);
+
+  // Insert a new value. For a key that is there the result is the value under it, whatever its kind.
+  // `len` as in BencEntityMem::SetStr.
+  BencEntityMem* InsertString(const char* key, const char* s, int len);
+  BencEntityMem* InsertString(const basic_string<char>& key, const basic_string<char>& s, int len);
+  BencEntityMem* InsertStringT(const char* key, const wchar_t* ws);
+  BencEntity* InsertInt(const char* key, int v);
+  BencEntity* InsertInt64(const char* key, long long v);
+  BencodedDict* InsertDict(const char* key);
+  BencodedList* InsertList(const char* key);
+
+  // Removes the entry with `key` and frees its value; a missing key is ignored.
+  // Requires: `key` is not null. Cost: logarithmic.
+  void Delete(const char* key);
+
+ private:
+  BencDictMap& Entries() const;
 };
 
 // Keys and strings are copied into owned, terminated storage.

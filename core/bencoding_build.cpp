@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "core/bencrecords.h"
 #include "core/benctree.h"
 #include "core/openlists.h"
 
@@ -18,50 +19,52 @@ using ByteArray = BencArray<unsigned char>;
 
 bool IsContainer(BencType kind) { return kind == BENC_LIST || kind == BENC_DICT; }
 
-// Adds the entry that `new_node` makes for a key; null, and nothing is made, when it is there already.
-template <class NewNode>
-BencDictNode* AddUnique(BencDictMap& dict, const char* key, size_t len, NewNode new_node) {
-  BencDictMap::Place place;
-  if (!dict.FindPlace(key, len, &place)) {
-    return nullptr;
+using Entry = BencDictMap::Entry;
+
+// A dictionary that a decode is filling. Keys mostly arrive sorted: the largest is tried first.
+struct OpenDict {
+  BencDictMap& entries;
+  Entry* largest;
+
+  explicit OpenDict(BencDictMap& dict) : entries(dict), largest(dict.Largest()) {}
+
+  // Adds the entry that `new_entry` makes for a key; null, and nothing is made, when it is there.
+  template <class NewEntry>
+  BencEntity* Add(const BencArray<char>& key, NewEntry new_entry) {
+    BencDictMap::Place place;
+    if (entries.Find(key, largest, &place)) {
+      return nullptr;
+    }
+    Entry* entry = new_entry();
+    entries.Attach(entry, place);
+    if (!largest || (place.parent == largest && !place.left)) {
+      largest = entry;
+    }
+    return &entry->pair.second;
   }
-  BencDictNode* node = new_node();
-  dict.Attach(node, place);
-  return node;
-}
+};
 
 // How a decode stores keys and strings: copied, borrowed, or by the caller's rules. AddEntry answers
 // null for a key that is there already.
 
 struct CopyStore {
   static bool LazyInt() { return false; }
-  static BencDictNode* AddEntry(BencDictMap& dict, RecordArena& arena, const char* text, size_t len) {
-    return AddUnique(dict, text, len, [&] {
-      BencDictNode* node = new (arena.Allocate(sizeof(BencDictNode) + len + 1)) BencDictNode;
-      node->key.Embed(node + 1, text, len);
-      return node;
-    });
+  static BencEntity* AddEntry(OpenDict& dict, RecordArena& arena, const char* text, size_t len) {
+    return dict.Add(BencArray<char>(BorrowedBytes<char>{text, len}), [&] { return NewOwnedEntry(arena, text, len); });
   }
   static ByteArray* Bytes(RecordArena& arena, const unsigned char* text, size_t len) {
-    ByteArray* bytes = new (arena.Allocate(sizeof(ByteArray) + len + 1)) ByteArray;
-    bytes->Embed(bytes + 1, text, len);
-    return bytes;
+    return NewOwnedBytes(arena, text, len);
   }
 };
 
 struct BorrowStore {
   static bool LazyInt() { return false; }
-  static BencDictNode* AddEntry(BencDictMap& dict, RecordArena& arena, const char* text, size_t len) {
-    return AddUnique(dict, text, len, [&] {
-      BencDictNode* node = new (arena.Allocate(sizeof(BencDictNode))) BencDictNode;
-      node->key.Borrow(text, len);
-      return node;
-    });
+  static BencEntity* AddEntry(OpenDict& dict, RecordArena& arena, const char* text, size_t len) {
+    return dict.Add(BencArray<char>(BorrowedBytes<char>{text, len}),
+                    [&] { return NewBorrowedEntry(arena, text, len); });
   }
   static ByteArray* Bytes(RecordArena& arena, const unsigned char* text, size_t len) {
-    ByteArray* bytes = new (arena.Allocate(sizeof(ByteArray))) ByteArray;
-    bytes->Borrow(text, len);
-    return bytes;
+    return NewBorrowedBytes(arena, text, len);
   }
 };
 
@@ -70,16 +73,11 @@ struct RegimeStore {
 
   bool LazyInt() const { return regime->LazyInt(); }
   // The key is what the regime makes of the text; the map is searched for that.
-  BencDictNode* AddEntry(BencDictMap& dict, RecordArena& arena, const char* text, size_t len) const {
+  BencEntity* AddEntry(OpenDict& dict, RecordArena& arena, const char* text, size_t len) const {
     BencArray<char>* key = regime->NewKey(const_cast<char*>(text), static_cast<int>(len));
-    BencDictNode* node = AddUnique(dict, key->begin(), key->size(), [&] {
-      BencDictNode* made = new (arena.Allocate(sizeof(BencDictNode))) BencDictNode;
-      made->key.Swap(*key);
-      std::swap(made->key.borrowed, key->borrowed);
-      return made;
-    });
-    DestroyRecord(key);
-    return node;
+    BencEntity* value = dict.Add(*key, [&] { return arena.Make<Entry>(BencDictMap::value_type::KeyFrom(), key); });
+    delete key;
+    return value;
   }
   ByteArray* Bytes(RecordArena&, const unsigned char* text, size_t len) const {
     return regime->NewMem(const_cast<unsigned char*>(text), static_cast<int>(len));
@@ -154,7 +152,7 @@ bool TreeBuilder<Source, Store>::StoreToken(BencEntity& out, IBencParser::PARSE_
       BencTree::SetList(out, lists_.Open());
       return true;
     case IBencParser::PARSE_DICT:
-      BencTree::SetDict(out, new (arena_.Allocate(sizeof(BencDictMap))) BencDictMap);
+      BencTree::SetDict(out, arena_.Make<BencDictMap>());
       return true;
     default:
       return false;
@@ -194,7 +192,7 @@ bool TreeBuilder<Source, Store>::ResumeList(BencEntity& self, BencEntity** child
 
 template <class Source, class Store>
 bool TreeBuilder<Source, Store>::ResumeDict(BencEntity& self, BencEntity** child) {
-  BencDictMap& dict = *BencTree::Dict(self);
+  OpenDict dict(*BencTree::Dict(self));
   for (;;) {
     const unsigned char* key = nullptr;
     const unsigned char* text = nullptr;
@@ -308,25 +306,25 @@ void BencEntity::ParseNum(const unsigned char* text) {
 }
 
 BencArray<char>* AllocateMemRegime::NewKey(char* text, int len) {
-  BencArray<char>* key = MakeRecord<BencArray<char>>();
+  BencArray<char>* key = new BencArray<char>;
   key->Assign(text, static_cast<size_t>(len));
   return key;
 }
 
 BencArray<unsigned char>* AllocateMemRegime::NewMem(unsigned char* text, int len) {
-  ByteArray* bytes = MakeRecord<ByteArray>();
+  ByteArray* bytes = new ByteArray;
   bytes->Assign(text, static_cast<size_t>(len));
   return bytes;
 }
 
 BencArray<char>* InplaceMemRegime::NewKey(char* text, int len) {
-  BencArray<char>* key = MakeRecord<BencArray<char>>();
+  BencArray<char>* key = new BencArray<char>;
   key->Borrow(text, static_cast<size_t>(len));
   return key;
 }
 
 BencArray<unsigned char>* InplaceMemRegime::NewMem(unsigned char* text, int len) {
-  ByteArray* bytes = MakeRecord<ByteArray>();
+  ByteArray* bytes = new ByteArray;
   bytes->Borrow(text, static_cast<size_t>(len));
   return bytes;
 }

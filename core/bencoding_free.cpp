@@ -37,6 +37,20 @@ BencEntity* WayUp(BencEntity& container) {
   }
 }
 
+// The entry whose value is being freed stands in the head's own link upwards, which no tree uses.
+BencEntity* OpenEntry(BencDictMap& dict, BencDictMap::Entry* entry) {
+  dict.head.parent = entry;
+  return entry ? &entry->pair.second : nullptr;
+}
+
+BencEntity* FirstValue(BencDictMap& dict) {
+  return OpenEntry(dict, dict.empty() ? nullptr : static_cast<BencDictMap::Entry*>(dict.begin().current()));
+}
+
+BencEntity* NextValue(BencDictMap& dict, RecordReleaser& releaser) {
+  return OpenEntry(dict, dict.DestroyAndAdvance(static_cast<BencDictMap::Entry*>(dict.head.parent), releaser));
+}
+
 // The first value inside `v`, null when it is a scalar or empty.
 BencEntity* FirstChild(BencEntity& v) {
   switch (v.GetType()) {
@@ -45,7 +59,7 @@ BencEntity* FirstChild(BencEntity& v) {
       return list && list->count != 0 ? list->begin() : nullptr;
     }
     case BENC_DICT:
-      return BencTree::Dict(v) ? BencTree::Dict(v)->First() : nullptr;
+      return BencTree::Dict(v) ? FirstValue(*BencTree::Dict(v)) : nullptr;
     case BENC_VLIST:
       return BencTree::VList(v) ? &BencTree::VList(v)->cached : nullptr;
     default:
@@ -59,7 +73,7 @@ BencEntity* NextChild(BencEntity& container, BencEntity* child, RecordReleaser& 
     return child + 1 != BencTree::List(container)->end() ? child + 1 : nullptr;
   }
   if (container.GetType() == BENC_DICT) {
-    return BencDictMap::DeleteAndAdvance(static_cast<BencDictNode*>(child), releaser);
+    return NextValue(*BencTree::Dict(container), releaser);
   }
   return nullptr;
 }
@@ -77,23 +91,21 @@ void FreeOne(BencEntity& v, RecordReleaser& releaser) {
     case BENC_STR:
     case BENC_INT_LAZY:
       if (BencTree::Bytes(v)) {
-        DestroyRecord(BencTree::Bytes(v), releaser);
+        releaser.Destroy(BencTree::Bytes(v));
       }
       break;
     case BENC_LIST:
       if (BencTree::List(v)) {
-        DestroyRecord(BencTree::List(v), releaser);
+        releaser.Destroy(BencTree::List(v));
       }
       break;
     case BENC_DICT:
       if (BencTree::Dict(v)) {
-        DestroyRecord(BencTree::Dict(v), releaser);
+        releaser.Destroy(BencTree::Dict(v));
       }
       break;
     case BENC_VLIST:
-      if (BencTree::VList(v)) {
-        DestroyRecord(BencTree::VList(v), releaser);
-      }
+      delete BencTree::VList(v);
       v.ZeroOut();
       break;
     default:
@@ -104,7 +116,7 @@ void FreeOne(BencEntity& v, RecordReleaser& releaser) {
 
 }  // namespace
 
-void BencEntity::FreeMembers() {
+void BencEntity::FreeTree() {
   RecordReleaser releaser;
   BencEntity* value = this;
   BencEntity* container = nullptr;  // what holds `value`; null at the root

@@ -1,7 +1,6 @@
 // Access to the inside of values, for the code that frees, builds and changes whole trees.
 #pragma once
 
-#include "core/bencdict.h"
 #include "core/bencoding.h"
 
 namespace core {
@@ -11,6 +10,16 @@ struct BencTree {
   static BencListRecord*& List(BencEntity& v) { return v.value_.list; }
   static BencDictMap*& Dict(BencEntity& v) { return v.value_.dict; }
   static BencVList*& VList(BencEntity& v) { return v.value_.vlist; }
+  static int64_t Word(const BencEntity& v) { return v.value_.integer; }
+  static const BencArray<unsigned char>* Bytes(const BencEntity& v) { return v.value_.bytes; }
+  static const BencListRecord* List(const BencEntity& v) { return v.value_.list; }
+  static const BencDictMap* Dict(const BencEntity& v) { return v.value_.dict; }
+
+  // Copies the words of `from`, a scalar, to `v`, which owns nothing.
+  static void SetScalar(BencEntity& v, const BencEntity& from) {
+    v.value_ = from.value_;
+    v.kind_ = from.kind_;
+  }
 
   static void SetInteger(BencEntity& v, int64_t number) {
     v.value_.integer = number;

@@ -5,7 +5,7 @@
 
 #include <new>
 
-#include "core/bencoding.h"
+#include "core/bencrecords.h"
 #include "core/mem1.h"
 #include "core/record.h"
 
@@ -20,7 +20,7 @@ class OpenLists {
   OpenLists& operator=(const OpenLists&) = delete;
   ~OpenLists() {
     if (spare_) {
-      DestroyRecord(spare_);
+      RecordReleaser().Destroy(spare_);
     }
   }
 
@@ -28,7 +28,7 @@ class OpenLists {
     BencListRecord* list = spare_;
     spare_ = nullptr;
     if (!list) {
-      list = new (AllocateRecord(sizeof(BencListRecord) + kPresizeBytes)) BencListRecord;
+      list = ::new (MyMalloc(sizeof(BencListRecord) + kPresizeBytes)) BencListRecord;
     }
     list->embedded = true;
     list->data = reinterpret_cast<unsigned char*>(list + 1);
@@ -40,7 +40,7 @@ class OpenLists {
   static BencEntity* Append(BencListRecord& list) {
     const bool small = list.capacity < kPresize;
     if (list.embedded && (small || list.size() == list.capacity)) {
-      MoveOut(list);
+      list.Detach(kPresize);
     } else if (small) {
       list.Resize(kPresize);
     }
@@ -66,22 +66,10 @@ class OpenLists {
   static constexpr size_t kPresize = 16;
   static constexpr size_t kPresizeBytes = kPresize * sizeof(BencEntity);
 
-  // Gives the elements of a full embedded list, 16 at the most, a block with room for 16.
-  static void MoveOut(BencListRecord& list) {
-    void* block = MyMalloc(kPresizeBytes);
-    list.data = static_cast<unsigned char*>(memcpy(block, list.data, list.size() * sizeof(BencEntity)));
-    list.capacity = kPresize;
-    list.embedded = false;
-  }
-
   static BencListRecord* MakeExact(const BencListRecord& list, RecordArena& arena) {
-    const size_t bytes = list.size() * sizeof(BencEntity);
-    BencListRecord* exact = new (arena.Allocate(sizeof(BencListRecord) + bytes)) BencListRecord;
-    if (bytes != 0) {
-      exact->embedded = true;
-      exact->data = reinterpret_cast<unsigned char*>(exact + 1);
-      memcpy(exact->data, list.data, bytes);
-      exact->capacity = list.size();
+    BencListRecord* exact = NewList(arena, list.size());
+    if (list.count != 0) {
+      memcpy(exact->data, list.data, list.size() * sizeof(BencEntity));
       exact->count = list.count;
     }
     return exact;
@@ -89,10 +77,10 @@ class OpenLists {
 
   void Keep(BencListRecord* list) {
     if (spare_) {
-      DestroyRecord(list);
+      RecordReleaser().Destroy(list);
       return;
     }
-    spare_ = new (list) BencListRecord;
+    spare_ = ::new (list) BencListRecord;
   }
 
   BencListRecord* spare_ = nullptr;

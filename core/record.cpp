@@ -1,7 +1,5 @@
 #include "core/record.h"
 
-#include "core/mem1.h"
-
 namespace core {
 
 // Stands at the start of a chunk. While the arena still cuts from the chunk, `live` holds kOpen more
@@ -9,28 +7,24 @@ namespace core {
 struct RecordChunk {
   size_t live;
 };
+static_assert(sizeof(RecordChunk) > kOwnBlock);  // an offset into a chunk is neither kSingle nor kOwnBlock
 
 namespace {
 
 constexpr size_t kOpen = size_t{1} << 40;
-constexpr size_t kFirstChunk = 2048;
+constexpr size_t kFirstChunk = 256;
 constexpr size_t kLargestChunk = 65536;
 
 // Under the address sanitizer every block is one of its own, so that a read past its end is seen.
 #if defined(__SANITIZE_ADDRESS__)
-constexpr size_t kLargestBlock = 0;
+constexpr bool kUseChunks = false;
 #else
-constexpr size_t kLargestBlock = 1024;
+constexpr bool kUseChunks = true;
 #endif
 
-// Stands before every block: its chunk, or null when the block is one of its own.
-struct BlockHeader {
-  RecordChunk* chunk;
-};
-
-void* StartBlock(void* place, RecordChunk* chunk) { return new (place) BlockHeader{chunk} + 1; }
-
-BlockHeader* HeaderOf(void* block) { return static_cast<BlockHeader*>(block) - 1; }
+RecordChunk* ChunkOf(void* block, RecordOrigin origin) {
+  return reinterpret_cast<RecordChunk*>(static_cast<unsigned char*>(block) - origin);
+}
 
 // Changes the count of live blocks by `difference`, modulo the word, and frees the chunk at zero.
 void Count(RecordChunk* chunk, size_t difference) {
@@ -41,27 +35,20 @@ void Count(RecordChunk* chunk, size_t difference) {
 
 }  // namespace
 
-void* RecordArena::Allocate(size_t bytes) {
-  if (bytes > kLargestBlock) {
-    return AllocateRecord(bytes);
+void* RecordArena::AllocateElsewhere(size_t bytes, RecordOrigin* origin) {
+  if (!kUseChunks || bytes > kLargestBlock) {
+    *origin = kOwnBlock;
+    return MyMalloc(bytes);
   }
-  const size_t need = sizeof(BlockHeader) + ((bytes + sizeof(void*) - 1) & ~(sizeof(void*) - 1));
-  if (need > room_) {
-    CloseChunk();
-    OpenChunk();
-  }
-  void* place = next_;
-  next_ += need;
-  room_ -= need;
-  ++blocks_;
-  return StartBlock(place, chunk_);
+  CloseChunk();
+  OpenChunk();
+  return Allocate(bytes, origin);
 }
 
 void RecordArena::OpenChunk() {
   chunk_size_ = chunk_size_ == 0 ? kFirstChunk : chunk_size_ < kLargestChunk ? chunk_size_ * 2 : kLargestChunk;
-  void* block = MyMalloc(chunk_size_);
-  chunk_ = new (block) RecordChunk{kOpen};
-  next_ = static_cast<unsigned char*>(block) + sizeof(RecordChunk);
+  chunk_ = new (MyMalloc(chunk_size_)) RecordChunk{kOpen};
+  next_ = reinterpret_cast<unsigned char*>(chunk_ + 1);
   room_ = chunk_size_ - sizeof(RecordChunk);
   blocks_ = 0;
 }
@@ -74,19 +61,14 @@ void RecordArena::CloseChunk() {
   }
 }
 
-void* AllocateRecord(size_t bytes) { return StartBlock(MyMalloc(sizeof(BlockHeader) + bytes), nullptr); }
-
-void RecordReleaser::Release(void* block) {
-  BlockHeader* header = HeaderOf(block);
-  if (!header->chunk) {
-    MyFree(header);
+void RecordReleaser::ReleaseElsewhere(void* block, RecordOrigin origin) {
+  if (origin == kOwnBlock) {
+    MyFree(block);
     return;
   }
-  if (header->chunk != chunk_) {
-    Flush();
-    chunk_ = header->chunk;
-  }
-  ++blocks_;
+  Flush();
+  chunk_ = ChunkOf(block, origin);
+  blocks_ = 1;
 }
 
 void RecordReleaser::Flush() {

@@ -184,3 +184,5 @@ struct LList : LListRaw {
 };
 
 }  // namespace core
+
+#include "core/templates_map.h"  // the ordered map, the other container

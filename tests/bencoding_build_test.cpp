@@ -499,14 +499,14 @@ class RecordingRegime : public BencEntity::AllocRegime {
  public:
   BencArray<char>* NewKey(char* text, int len) override {
     log.push_back("key " + Text(text, len));
-    auto* array = MakeRecord<BencArray<char>>();
+    auto* array = new BencArray<char>;
     const std::string stored = fold_case ? Lower(Text(text, len)) : Text(text, len);
     array->Assign(stored.data(), stored.size());
     return array;
   }
   BencArray<unsigned char>* NewMem(unsigned char* text, int len) override {
     lengths.push_back(len);
-    auto* array = MakeRecord<BencArray<unsigned char>>();
+    auto* array = new BencArray<unsigned char>;
     if (ignore_text) {
       return array;
     }
@@ -765,8 +765,8 @@ TEST_F(Regimes, AllocateCopiesAndTerminates) {
     EXPECT_EQ(0, *mem->end());
     EXPECT_NE(in.chars(), key->begin());
     EXPECT_NE(in.begin(), mem->begin());
-    DestroyRecord(key);
-    DestroyRecord(mem);
+    delete key;
+    delete mem;
   }
 }
 
@@ -785,8 +785,8 @@ TEST_F(Regimes, InplaceBorrows) {
     EXPECT_EQ(in.begin(), mem->begin());
     EXPECT_EQ(in.size(), key->size());
     EXPECT_EQ(in.size(), mem->size());
-    DestroyRecord(key);
-    DestroyRecord(mem);
+    delete key;
+    delete mem;
     EXPECT_EQ(text, in.view());
   }
 }

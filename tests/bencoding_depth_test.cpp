@@ -140,7 +140,7 @@ TEST_F(BencodingDepth, FreeingAsksForNoMemory) {
   }
 }
 
-void MakeNestedVList(void*, size_t, BencEntity* out) { BencPeek::SetVList(*out, MakeNestedVList, 1, nullptr); }
+void MakeNestedVList(void*, size_t, BencEntity* out) { out->SetVList(MakeNestedVList, 1, nullptr); }
 
 TEST_F(BencodingDepth, NestedVirtualListsGoWithoutRecursion) {
   OnSmallStack([] {
@@ -159,7 +159,7 @@ void MakeListOfVList(void*, size_t, BencEntity* out) {
   BencEntity::Parse(in.begin(), *out, in.end());
   BencEntity* element = static_cast<BencodedList*>(out)->GetDict(1)->Get("a");
   element->FreeMembers();
-  BencPeek::SetVList(*element, MakeListOfVList, 1, nullptr);
+  element->SetVList(MakeListOfVList, 1, nullptr);
 }
 
 TEST_F(BencodingDepth, VirtualListsBetweenContainersGoWithoutRecursion) {

@@ -28,12 +28,12 @@ static_assert(sizeof(BencodedDict) == 16 && sizeof(BencodedList) == 16 && sizeof
 
 // A string or lazy integer with owned or borrowed bytes.
 void MakeText(BencEntity& value, int kind, std::string_view text) {
-  auto* bytes = MakeRecord<BencArray<unsigned char>>();
+  auto* bytes = new BencArray<unsigned char>;
   bytes->Assign(reinterpret_cast<const unsigned char*>(text.data()), text.size());
   BencPeek::SetBytes(value, kind, bytes);
 }
 void BorrowText(BencEntity& value, int kind, const unsigned char* text, size_t len) {
-  auto* bytes = MakeRecord<BencArray<unsigned char>>();
+  auto* bytes = new BencArray<unsigned char>;
   bytes->Borrow(text, len);
   BencPeek::SetBytes(value, kind, bytes);
 }
@@ -66,7 +66,8 @@ void Make(BencEntity& value, char kind) {
       return value.MoveFrom(dict);
     }
     case 'v':
-      return BencPeek::SetVList(value, NoElement, 3, nullptr);
+      value.SetVList(NoElement, 3, nullptr);
+      return;
     case 'z':
       return MakeText(value, BENC_INT_LAZY, "42");
     case 'N':
@@ -1015,7 +1016,7 @@ void MakeNested(void*, size_t index, BencEntity* out) {
 TEST_F(Bencoding, AVirtualListCountsWithoutMakingElements) {
   Callbacks calls;
   BencEntity value;
-  BencPeek::SetVList(value, MakeIndexText, size_t{1} << 40, &calls);
+  value.SetVList(MakeIndexText, size_t{1} << 40, &calls);
   EXPECT_EQ(size_t{1} << 40, AsList(value).GetCount());
   EXPECT_TRUE(calls.indices.empty());
   value.FreeMembers();
@@ -1024,7 +1025,7 @@ TEST_F(Bencoding, AVirtualListCountsWithoutMakingElements) {
 TEST_F(Bencoding, AVirtualListMakesAnElementOnceUntilAnotherIsAskedFor) {
   Callbacks calls;
   BencEntity value;
-  BencPeek::SetVList(value, MakeIndexText, 3, &calls);
+  value.SetVList(MakeIndexText, 3, &calls);
   BencodedList& list = AsList(value);
   EXPECT_STREQ("2", list.GetString(2, nullptr));
   BencEntity* element = list.Get(2);
@@ -1040,7 +1041,7 @@ TEST_F(Bencoding, AVirtualListMakesAnElementOnceUntilAnotherIsAskedFor) {
 
 TEST_F(Bencoding, AVirtualListGivesItsElementsByKind) {
   BencEntity value;
-  BencPeek::SetVList(value, MakeNested, 2, nullptr);
+  value.SetVList(MakeNested, 2, nullptr);
   BencodedList& list = AsList(value);
   EXPECT_NE(nullptr, list.GetDict(0));
   EXPECT_EQ(nullptr, list.GetList(0));
@@ -1060,8 +1061,7 @@ TEST_F(BencodingDeathTest, ReadingAnIntegerOfAVirtualListIsFatal) {
 
 TEST_F(Bencoding, AVirtualListInAVirtualListIsFreed) {
   BencEntity value;
-  BencPeek::SetVList(
-      value, [](void*, size_t, BencEntity* out) { BencPeek::SetVList(*out, MakeNested, 2, nullptr); }, 2, nullptr);
+  value.SetVList([](void*, size_t, BencEntity* out) { out->SetVList(MakeNested, 2, nullptr); }, 2, nullptr);
   EXPECT_NE(nullptr, AsList(*AsList(value).Get(0)).GetDict(0));
   EXPECT_NE(nullptr, AsList(*AsList(value).Get(1)).GetList(1));
   value.FreeMembers();

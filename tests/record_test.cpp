@@ -16,6 +16,7 @@ struct Block {
   unsigned char* bytes;
   size_t size;
   unsigned char fill;
+  RecordOrigin origin;
 
   bool Intact() const {
     for (size_t i = 0; i < size; ++i) {
@@ -33,7 +34,10 @@ std::vector<Block> Fill(RecordArena& arena, size_t count, unsigned seed) {
   std::vector<Block> blocks;
   for (size_t i = 0; i < count; ++i) {
     const size_t size = random() % 100 == 0 ? 1000 + random() % 100 : 1 + random() % 120;
-    Block block = {static_cast<unsigned char*>(arena.Allocate(size)), size, static_cast<unsigned char>(random())};
+    RecordOrigin origin = kSingle;
+    auto* bytes = static_cast<unsigned char*>(arena.Allocate(size, &origin));
+    EXPECT_NE(kSingle, origin);
+    const Block block = {bytes, size, static_cast<unsigned char>(random()), origin};
     memset(block.bytes, block.fill, size);
     blocks.push_back(block);
   }
@@ -47,7 +51,7 @@ TEST(RecordArena, BlocksDoNotOverlapAndAreAlignedForPointers) {
   for (const Block& block : blocks) {
     EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(block.bytes) % sizeof(void*));
     EXPECT_TRUE(block.Intact());
-    releaser.Release(block.bytes);
+    releaser.Release(block.bytes, block.origin);
   }
 }
 
@@ -60,7 +64,7 @@ TEST(RecordArena, BlocksOutliveTheArena) {
   RecordReleaser releaser;
   for (const Block& block : blocks) {
     EXPECT_TRUE(block.Intact());
-    releaser.Release(block.bytes);
+    releaser.Release(block.bytes, block.origin);
   }
 }
 
@@ -70,12 +74,12 @@ TEST(RecordArena, FreedBlocksDoNotDisturbTheirNeighbours) {
   std::shuffle(blocks.begin(), blocks.end(), std::mt19937(4));
   while (!blocks.empty()) {
     EXPECT_TRUE(blocks.back().Intact());
-    RecordReleaser().Release(blocks.back().bytes);
+    RecordReleaser().Release(blocks.back().bytes, blocks.back().origin);
     blocks.pop_back();
     if (blocks.size() % 500 == 0) {
       const std::vector<Block> more = Fill(arena, 50, static_cast<unsigned>(blocks.size()));
       for (const Block& block : more) {
-        RecordReleaser().Release(block.bytes);
+        RecordReleaser().Release(block.bytes, block.origin);
       }
     }
   }
@@ -94,7 +98,7 @@ TEST(RecordArena, BlocksOfOneChunkMayBeFreedOnManyThreads) {
       RecordReleaser releaser;
       for (size_t i = t; i < blocks.size(); i += kThreads) {
         EXPECT_TRUE(blocks[i].Intact());
-        releaser.Release(blocks[i].bytes);
+        releaser.Release(blocks[i].bytes, blocks[i].origin);
       }
     });
   }
@@ -103,15 +107,41 @@ TEST(RecordArena, BlocksOfOneChunkMayBeFreedOnManyThreads) {
   }
 }
 
-TEST(Record, IsMadeAndDestroyed) {
-  struct Counted {
-    int* destroyed = nullptr;
-    ~Counted() { ++*destroyed; }
-  };
+// A record that counts its ends.
+struct Counted : Record {
+  explicit Counted(int* count) : destroyed(count) {}
+  ~Counted() { ++*destroyed; }
+  RecordOrigin& origin() { return from; }
+
+  int* destroyed;
+  RecordOrigin from = kSingle;
+};
+
+TEST(Record, OfAnArenaIsDestroyedOnce) {
   int destroyed = 0;
-  Counted* record = MakeRecord<Counted>();
-  record->destroyed = &destroyed;
-  DestroyRecord(record);
+  RecordArena arena;
+  RecordReleaser releaser;
+  releaser.Destroy(arena.Make<Counted>(&destroyed));
+  EXPECT_EQ(1, destroyed);
+}
+
+TEST(Record, OfItsOwnIsDestroyedOnce) {
+  int destroyed = 0;
+  RecordReleaser().Destroy(new Counted(&destroyed));
+  EXPECT_EQ(1, destroyed);
+}
+
+TEST(Record, HasItsTailBehindIt) {
+  int destroyed = 0;
+  void* tail = nullptr;
+  RecordArena arena;
+  Counted* record = arena.MakeWithTail<Counted>(100, [&](void* room) {
+    tail = room;
+    memset(room, 7, 100);
+    return Counted(&destroyed);
+  });
+  EXPECT_EQ(record + 1, tail);
+  RecordReleaser().Destroy(record);
   EXPECT_EQ(1, destroyed);
 }
 

@@ -17,17 +17,6 @@ struct BencPeek : core::BencEntity {
     (value.*(&BencPeek::value_)).bytes = bytes;
     SetKind(value, kind);
   }
-  // Makes `value`, which owns nothing, a virtual list.
-  static void SetVList(core::BencEntity& value, void (*callback)(void*, size_t, core::BencEntity*), size_t count,
-                       void* user_data) {
-    auto* record = core::MakeRecord<core::BencVList>();
-    record->callback = callback;
-    record->user_data = user_data;
-    record->cached_index = SIZE_MAX;
-    record->count = count;
-    (value.*(&BencPeek::value_)).vlist = record;
-    SetKind(value, core::BENC_VLIST);
-  }
 
   static int64_t Word(const core::BencEntity& value) { return (value.*(&BencPeek::value_)).integer; }
   static const core::BencArray<unsigned char>& Bytes(const core::BencEntity& value) {
