@@ -43,7 +43,12 @@ class basic_string {
   // changes nothing.
   basic_string& operator=(const C* text);
   // The same with the text of `other`; unlike a new copy, null stays null.
-  basic_string& operator=(const basic_string& other) { return *this = other.text_; }
+  basic_string& operator=(const basic_string& other) {
+    if (this != &other) {
+      *this = other.text_;
+    }
+    return *this;
+  }
 
   // Replaces the text by a copy of the first `len` characters of `text`, and by null for null.
   // On purpose: the pointer that the string holds changes nothing, however small `len` is.

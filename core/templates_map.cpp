@@ -14,7 +14,8 @@ uint32_t HeightOf(const NodeBase* node) {
   return left > right ? left : right;
 }
 
-// Turns the edge between `top`, which has no parent, and its left child; returns the new top.
+// Turns the edge between `top`, which has no parent and leans to the left, and its left child; returns
+// the new top.
 NodeBase* RotateRight(NodeBase* top) {
   NodeBase* left = top->DisownLeft();
   top->AssignLeft(left->DisownRight());
@@ -36,7 +37,7 @@ NodeBase* RepairRight(NodeBase* top) {
     top->AssignRight(RotateRight(top->DisownRight()));
   }
   AssertAt(top->right != nullptr, kSource, 583);
-  return top->right->getBalance() < 0 ? RotateLeft(top) : top;
+  return top->right->getBalance() < 0 ? RotateLeft(top) : top;  // NOLINT(clang-analyzer-core.CallAndMessage)
 }
 
 NodeBase* RepairLeft(NodeBase* top) {
@@ -45,7 +46,7 @@ NodeBase* RepairLeft(NodeBase* top) {
     top->AssignLeft(RotateLeft(top->DisownLeft()));
   }
   AssertAt(top->left != nullptr, kSource, 557);
-  return top->left->getBalance() > 0 ? RotateRight(top) : top;
+  return top->left->getBalance() > 0 ? RotateRight(top) : top;  // NOLINT(clang-analyzer-core.CallAndMessage)
 }
 
 }  // namespace
