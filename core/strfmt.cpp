@@ -11,6 +11,8 @@ namespace core {
 namespace {
 
 constexpr char kSource[] = "core/strfmt";
+constexpr int kPortAddressLine = 536;
+constexpr int kAddressLine = 543;
 constexpr int kNarrowLimitLine = 653;
 constexpr int kWideLimitLine = 713;
 
@@ -174,6 +176,12 @@ uint64_t TakeUnsigned(FormatArgs& args, char modifier) {
   return modifier == 'L' ? va_arg(args.list, uint64_t) : va_arg(args.list, unsigned);
 }
 
+const SockAddr* TakeAddress(FormatArgs& args, int line) {
+  const SockAddr* addr = va_arg(args.list, const SockAddr*);
+  AssertAt(addr != nullptr, kSource, line);
+  return addr;
+}
+
 // The directives whose argument is of the format's own width, or of the other one for "S".
 template <class Other, class C>
 void FormatOwnWidth(FormatterOutputCallbackData& data, C letter, const Directive& d, FormatArgs& args) {
@@ -278,6 +286,12 @@ bool fd_format_switch(FormatterOutputCallbackData& data, char conversion, int wi
       return true;
     case 'V':
       fmt_ip_v6(data, va_arg(args.list, in6_addr), width, precision, flags);
+      return true;
+    case 'a':
+      fmt_addr(data, TakeAddress(args, kAddressLine), width, precision, flags);
+      return true;
+    case 'A':
+      fmt_addr(data, TakeAddress(args, kPortAddressLine), width, precision, flags | kFormatPort);
       return true;
     case 'h':
       FormatHash(data, va_arg(args.list, const unsigned char*), flags);

@@ -3,10 +3,11 @@
 // A directive is "%", flags out of " #+-0:", a width, "." and a precision, "l" or "L", and a letter;
 // "*" takes the width or the precision from the arguments. "l", like no modifier, means a 32-bit
 // argument and "L" a 64-bit one. Beside d i u o x X p f s S c % the formatter knows %b (base 2), %I
-// (IPv4), %V (IPv6), %h and %H (20-byte hash), %U (URL-encoding), %Z and %z (byte counts with units),
-// %m (memory) and the ":" flag (fixed point). %s is a string of the format's own width, %S one of the
-// other. An unknown letter vanishes with its directive and takes no argument. Nothing here reports an
-// error; output that does not fit is cut. No shared state: any number of threads may format at once.
+// (IPv4), %V (IPv6), %a and %A (a SockAddr by address, without and with its port), %h and %H (20-byte
+// hash), %U (URL-encoding), %Z and %z (byte counts with units), %m (memory) and the ":" flag (fixed
+// point). %s is a string of the format's own width, %S one of the other. An unknown letter vanishes
+// with its directive and takes no argument. Nothing here reports an error; output that does not fit is
+// cut. No shared state: any number of threads may format at once.
 #pragma once
 
 #include <netinet/in.h>
@@ -15,6 +16,8 @@
 #include <stdint.h>
 
 namespace core {
+
+struct SockAddr;
 
 // The longest text that an allocating front-end produces, in characters; more is cut.
 constexpr uint64_t kAllocFormatLimit = 1048576;
@@ -30,8 +33,8 @@ enum FormatFlags : unsigned {
   kFormatZero = 16,   // pad numbers with "0" after sign and prefix; wins over left
   kFormatUpper = 32,  // digits from the upper-case alphabet
   kFormatSigned = 64,
-  kFormatFixed = 128,  // the precision counts digits after a decimal point
-  kFormatPort = 256,
+  kFormatFixed = 128,      // the precision counts digits after a decimal point
+  kFormatPort = 256,       // socket addresses: brackets around IPv6, and the port
   kFormatForceUnit = 512,  // a size is never shown in bytes
 };
 
@@ -118,6 +121,12 @@ void fmt_ip(FormatterOutputCallbackData& data, uint32_t value, int width, int pr
 
 // Writes an IPv6 address as the platform does, cut to `precision` characters.
 void fmt_ip_v6(FormatterOutputCallbackData& data, const in6_addr& address, int width, int precision, unsigned flags);
+
+// Writes a socket address, padded on the right to `width`: with the port flag as "1.2.3.4:80" or
+// "[::1]:80", else without brackets and port. A mapped IPv4 value shows as IPv4. The precision goes to
+// fmt_ip or fmt_ip_v6 and to the port, the other flags to the former alone.
+// Requires: `addr` is not null.
+void fmt_addr(FormatterOutputCallbackData& data, const SockAddr* addr, int width, int precision, unsigned flags);
 
 // Writes a byte count with its unit ("512 B", "1.5 kB"), truncated to one decimal, padded on the right
 // to `width`. The alt flag gives about three digits instead ("1.23 MB", "12.3 MB", "123 MB").
