@@ -145,6 +145,28 @@ class BencEntity {
   // as strtoll reads it.
   void ParseNum(const unsigned char* text);
 
+  // This value as text in a new block, freed with MyFree, its length in bytes in `*len` unless that is
+  // null. BencodedEmitter tells the forms and the kinds that each takes; other kinds are fatal. Bencoding
+  // has no terminator; the other forms end with a zero byte, which is counted.
+  unsigned char* Serialize(size_t* len) const;
+  char* SerializeAsAscii(size_t* len) const;
+  char* SerializeAsXML(const char* tag, size_t* len) const;
+  char* SerializeAsJson(size_t* len) const;
+
+  // The form that a MIME type begins with, terminated: "text/xml" with the outer tag `xmlTag`,
+  // "text/ascii", else JSON. Sets `contentType` to the type to answer with; for a null or an unknown
+  // `mimeType` it stays as it is. A `callback` that is not null is wrapped around JSON like a function
+  // call, the whole cut like any text of str_fmt.
+  char* SerializeByMimeType(const char* mimeType, const char* xmlTag, const char*& contentType,
+                            const char* callback) const;
+
+  // The target of a request, "path?key=value&key=value": a new dictionary that holds, under the path, a
+  // dictionary of the parameters. The caller calls FreeMembers and deletes it. `request` is cut and
+  // decoded in place. With `multi` a key that comes again has a list of its values, else the last one.
+  // Only values are URL-decoded, and a zero byte ends them.
+  // On purpose: a parameter without "=" drops itself and all later ones.
+  static BencEntity* ParseRpcParams(char* request, bool multi);
+
   // Stores one token into this BENC_NONE value. False, with nothing stored, when the token is not a
   // value or its text has 2^31 bytes or more.
   bool SetParsed(IBencParser::PARSE_T kind, const unsigned char* text, size_t len, AllocRegime* regime);
@@ -334,6 +356,9 @@ class BencodedDict : public BencEntity {
   int GetInt(const char* key, int def) const;
   long long GetInt64(const char* key, long long def) const;
 
+  // BencEntity::Serialize. Requires: this is a dictionary.
+  unsigned char* Serialize(size_t* len) const;
+
   // As BencodedList::ResumeList.
   bool ResumeDict(IBencParser* parser, BencEntity** child, AllocRegime* regime);
 
@@ -355,6 +380,10 @@ class BencodedDict : public BencEntity {
   BencEntity* InsertInt64(const char* key, long long v);
   BencodedDict* InsertDict(const char* key);
   BencodedList* InsertList(const char* key);
+
+  // The string to put the value of a parameter in: new, or the value that `key` has already. With
+  // `multi` a key that comes again gets a list of all its values, and the string is a new one at the end.
+  BencEntity* AppendMultiple(char* key, bool multi);
 
   // Removes the entry with `key` and frees its value; a missing key is ignored.
   // Requires: `key` is not null. Cost: logarithmic.
@@ -380,3 +409,5 @@ class InplaceMemRegime : public virtual BencEntity::AllocRegime {
 };
 
 }  // namespace core
+
+#include "core/bencemitter.h"  // trees as text

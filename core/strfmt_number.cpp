@@ -2,6 +2,7 @@
 #include <math.h>
 #include <string.h>
 
+#include "core/decimal.h"
 #include "core/strfmt.h"
 
 namespace core {
@@ -11,18 +12,6 @@ namespace {
 constexpr char kLowerDigits[] = "0123456789abcdefghijklmnopqrstuvwxyz";
 constexpr char kUpperDigits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr size_t kNumberArea = 100;
-
-// "00" to "99", one behind the other.
-struct DigitPairs {
-  char text[200];
-  constexpr DigitPairs() : text() {
-    for (size_t i = 0; i < 100; ++i) {
-      text[2 * i] = static_cast<char>('0' + i / 10);
-      text[2 * i + 1] = static_cast<char>('0' + i % 10);
-    }
-  }
-};
-constexpr DigitPairs kDigitPairs;
 
 // Text that is written from its end.
 struct BackwardText {
@@ -64,21 +53,9 @@ struct Number {
   }
 };
 
-void PrependDecimal(BackwardText& text, uint64_t value) {
-  while (value >= 100) {
-    text.Prepend(kDigitPairs.text + 2 * (value % 100), 2);
-    value /= 100;
-  }
-  if (value >= 10) {
-    text.Prepend(kDigitPairs.text + 2 * value, 2);
-  } else {
-    text.Prepend(static_cast<char>('0' + value));
-  }
-}
-
 void PrependDigits(BackwardText& text, uint64_t value, unsigned base, unsigned flags) {
   if (base == 10) {
-    PrependDecimal(text, value);
+    text.at = PrependDecimal(text.at, value);
     return;
   }
   const char* alphabet = (flags & kFormatUpper) != 0 ? kUpperDigits : kLowerDigits;

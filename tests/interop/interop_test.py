@@ -110,6 +110,8 @@ class InteropTest(unittest.TestCase):
         shown = Shown(torrent)
         total = sum(files.values())
 
+        with self.subTest("bytes"):
+            self.check_dumped(torrent)
         with self.subTest("paths"):
             self.assertEqual(sorted(attributes[NAMES]), sorted(files))
             self.assertEqual(record["files"], files)
@@ -151,6 +153,14 @@ class InteropTest(unittest.TestCase):
             self.assert_shows(shown.general["Piece Size"], record["pieceSize"])
             pieces = -(-total // record["pieceSize"])
             self.assertEqual([record["numPieces"], peer["numPieces"], int(shown.general["Piece Count"])], [pieces] * 3)
+
+    def check_dumped(self, torrent):
+        """Both writers sort their keys, so that writing the tree again gives the same bytes."""
+        with open(torrent, "rb") as file:
+            content = file.read()
+        again = subprocess.run([options.mdtorrent, "dump", "--format", "bencode", torrent], check=True,
+                               stdout=subprocess.PIPE, timeout=TIMEOUT).stdout
+        self.assertEqual(content, again)
 
     def imported(self, torrent):
         results = [json.loads(output(options.mdtorrent, "--bundle", options.bundle, "--interface", interface,

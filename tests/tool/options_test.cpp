@@ -7,7 +7,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-std::variant<Options, Answer> Parse(std::vector<const char*> arguments) {
+CommandLine Parse(std::vector<const char*> arguments) {
   arguments.insert(arguments.begin(), "mdtorrent");
   return ParseOptions(static_cast<int>(arguments.size()), arguments.data());
 }
@@ -19,6 +19,51 @@ Options Parsed(std::vector<const char*> arguments) {
     return {};
   }
   return std::get<Options>(parsed);
+}
+
+DumpOptions ParsedDump(std::vector<const char*> arguments) {
+  arguments.insert(arguments.begin(), "dump");
+  const auto parsed = Parse(std::move(arguments));
+  if (const Answer* answer = std::get_if<Answer>(&parsed)) {
+    ADD_FAILURE() << answer->text;
+    return {};
+  }
+  return std::get<DumpOptions>(parsed);
+}
+
+TEST(Options, DumpTakesAFileAndAFormat) {
+  EXPECT_EQ(TreeFormat::kJson, ParsedDump({"x"}).format);
+  EXPECT_EQ("x", ParsedDump({"x"}).path);
+  EXPECT_EQ(TreeFormat::kAscii, ParsedDump({"x", "--format", "ascii"}).format);
+  EXPECT_EQ(TreeFormat::kBencode, ParsedDump({"--format=bencode", "x"}).format);
+  EXPECT_EQ(TreeFormat::kXml, ParsedDump({"--format", "xml", "x"}).format);
+  EXPECT_EQ(TreeFormat::kJson, ParsedDump({"--format", "json", "x"}).format);
+  EXPECT_EQ("--format", ParsedDump({"--", "--format"}).path);
+}
+
+TEST(Options, DumpIsACommandOnlyAsTheFirstArgument) {
+  EXPECT_EQ((Strings{"x", "dump"}), Parsed({"x", "dump"}).paths);
+  EXPECT_EQ((Strings{"./dump"}), Parsed({"./dump"}).paths);
+  EXPECT_EQ((Strings{"dump"}), Parsed({"--", "dump"}).paths);
+}
+
+TEST(Options, DumpRefusesWhatItDoesNotKnow) {
+  const std::vector<const char*> wrong[] = {
+      {"dump"}, {"dump", "x", "y"}, {"dump", "-r", "x"}, {"dump", "--format", "plist", "x"}, {"dump", "x", "--", "y"}};
+  for (const std::vector<const char*>& arguments : wrong) {
+    const auto parsed = Parse(arguments);
+    const Answer* answer = std::get_if<Answer>(&parsed);
+    ASSERT_NE(nullptr, answer);
+    EXPECT_EQ(ExitCode::kUsage, answer->exit_code);
+    EXPECT_EQ(0u, answer->text.find("mdtorrent: ")) << answer->text;
+  }
+}
+
+TEST(Options, DumpHasAHelpOfItsOwn) {
+  const auto parsed = Parse({"dump", "--help"});
+  const Answer& answer = std::get<Answer>(parsed);
+  EXPECT_EQ(ExitCode::kSuccess, answer.exit_code);
+  EXPECT_NE(std::string::npos, answer.text.find("Usage: mdtorrent dump [OPTIONS] FILE"));
 }
 
 TEST(Options, DefaultsAreForOneFileAtATerminal) {

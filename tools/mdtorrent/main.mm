@@ -8,6 +8,7 @@
 
 #include "platform/program.h"
 #include "tools/mdtorrent/bundle_path.h"
+#include "tools/mdtorrent/dump.h"
 #include "tools/mdtorrent/interrupt.h"
 #include "tools/mdtorrent/options.h"
 #include "tools/mdtorrent/plugin.h"
@@ -58,9 +59,13 @@ bool ChooseLocale(const std::string& name) {
 }
 
 ExitCode Main(int argc, char** argv) {
-  const std::variant<Options, Answer> parsed = ParseOptions(argc, argv);
+  const CommandLine parsed = ParseOptions(argc, argv);
   if (const Answer* answer = std::get_if<Answer>(&parsed)) {
     return Give(*answer);
+  }
+  if (const DumpOptions* dump = std::get_if<DumpOptions>(&parsed)) {
+    signal(SIGPIPE, SIG_IGN);
+    return Dump(*dump, stdout, stderr);
   }
   const Options& options = std::get<Options>(parsed);
   if (!ChooseLocale(options.locale)) {

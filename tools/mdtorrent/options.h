@@ -37,13 +37,25 @@ struct Options {
   std::vector<std::string> paths;
 };
 
+// The forms in which a tree is written.
+enum class TreeFormat { kBencode, kAscii, kXml, kJson };
+
+// What "mdtorrent dump" is to do.
+struct DumpOptions {
+  TreeFormat format = TreeFormat::kJson;
+  std::string path;
+};
+
 // What the command line asks for when it asks for no run.
 struct Answer {
   ExitCode exit_code;
   std::string text;  // for standard output on success, otherwise a line for standard error
 };
 
-std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv);
+// What the arguments ask for.
+using CommandLine = std::variant<Options, DumpOptions, Answer>;
+
+CommandLine ParseOptions(int argc, const char* const* argv);
 
 // The line for a mistake in the use of the program.
 Answer UsageError(std::string_view message);
