@@ -16,7 +16,8 @@ char PlusToSpace(char c) { return c == '+' ? ' ' : c; }
 // What a character of an escape counts, from -176 to 40. The platform decides the sign of a char, so
 // it is made signed here.
 int EscapeDigit(char ch) {
-  const int c = static_cast<signed char>(ch);
+  const int byte = static_cast<unsigned char>(ch);
+  const int c = byte < 128 ? byte : byte - 256;
   return c <= '9' ? c - '0' : (c & ~0x20) - 55;
 }
 
