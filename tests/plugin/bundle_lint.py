@@ -9,6 +9,8 @@ import subprocess
 import sys
 import xml.etree.ElementTree as xml
 
+import strings_file
+
 IMPORTER_TYPE = "8B08C4BF-415B-11D8-B3F9-0003936726FC"
 FACTORY = "MetadataImporterPluginFactory"
 TYPES = [
@@ -97,10 +99,23 @@ def check_schema(path, xmllint):
             equal(sorted(keys), sorted(KEYS), tag)
 
 
-def check_strings(path):
-    names = re.findall(r'^"([^"]+)" = "[^"]+";$', path.read_text(encoding="utf-8"), re.MULTILINE)
-    equal(names, [OWN_KEY, OWN_KEY + ".Description"], "keys of schema.strings")
-    equal(len(names), len(path.read_text(encoding="utf-8").splitlines()), "lines of schema.strings")
+def check_strings(resources, sources):
+    """Every language of the sources is there, says the same things, and says them in its own words."""
+    languages = sorted(path.name for path in sources.glob("*.lproj"))
+    equal(sorted(path.name for path in resources.glob("*.lproj")), languages, "languages")
+    check(len(languages) >= 20, f"only {len(languages)} languages")
+    english = {}
+    for language in ["en.lproj"] + [name for name in languages if name != "en.lproj"]:
+        check(re.fullmatch(r"[a-z]{2}(-[A-Z]{2}|-[A-Z][a-z]{3})?\.lproj", language), f"{language} is no language")
+        try:
+            texts = strings_file.read(resources / language / "schema.strings")
+        except (OSError, strings_file.Malformed) as problem:
+            failures.append(f"{language}: {problem}")
+            continue
+        equal(list(texts), [OWN_KEY, OWN_KEY + ".Description"], f"{language}: keys of schema.strings")
+        for key in english.keys() & texts.keys():
+            check(texts[key] != english[key], f"{language}: {key} is in English")
+        english = english or texts
 
 
 def check_executable(path, binary, nm, readelf):
@@ -119,26 +134,27 @@ def check_executable(path, binary, nm, readelf):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("bundle", type=pathlib.Path)
-    for tool in ("nm", "readelf", "xmllint"):
-        parser.add_argument("--" + tool, required=True)
+    parser.add_argument("sources", type=pathlib.Path, help="the folder that has the languages")
+    parser.add_argument("--xmllint", required=True)
+    parser.add_argument("--nm", help="for the bundle of Linux; without it, the one of macOS")
+    parser.add_argument("--readelf", help="as --nm")
     arguments = parser.parse_args()
     contents = arguments.bundle / "Contents"
+    folder = "Linux" if arguments.nm else "MacOS"
     with open(contents / "Info.plist", "rb") as file:
         info = plistlib.load(file)
-    executable = contents / "Linux" / info["CFBundleExecutable"]
+    executable = contents / folder / info["CFBundleExecutable"]
     binary = executable.read_bytes()
 
-    files = sorted(str(path.relative_to(contents)) for path in contents.rglob("*") if path.is_file())
-    equal(
-        files,
-        ["Info.plist", "Linux/SorrelTorrent", "Resources/en.lproj/schema.strings", "Resources/schema.xml"],
-        "files of the bundle",
-    )
+    files = {str(path.relative_to(contents)) for path in contents.rglob("*") if path.is_file()}
+    strings = {name for name in files if re.fullmatch(r"Resources/[^/]+\.lproj/schema\.strings", name)}
+    equal(files - strings, {"Info.plist", f"{folder}/SorrelTorrent", "Resources/schema.xml"}, "files of the bundle")
     check_property_list(info)
     check_factory(info, binary)
     check_schema(contents / "Resources" / "schema.xml", arguments.xmllint)
-    check_strings(contents / "Resources" / "en.lproj" / "schema.strings")
-    check_executable(executable, binary, arguments.nm, arguments.readelf)
+    check_strings(contents / "Resources", arguments.sources)
+    if arguments.nm:
+        check_executable(executable, binary, arguments.nm, arguments.readelf)
     for failure in failures:
         print(failure, file=sys.stderr)
     return 1 if failures else 0

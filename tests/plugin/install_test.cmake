@@ -4,8 +4,8 @@ file(REMOVE_RECURSE ${PREFIX})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --prefix ${PREFIX} --component importer
                 OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 set(bundle ${PREFIX}/${DESTINATION}/SorrelTorrent.mdimporter)
-execute_process(COMMAND ${PYTHON} ${CMAKE_CURRENT_LIST_DIR}/bundle_lint.py --nm ${NM} --readelf ${READELF}
-                        --xmllint ${XMLLINT} ${bundle}
+execute_process(COMMAND ${PYTHON} -B ${CMAKE_CURRENT_LIST_DIR}/bundle_lint.py --nm ${NM} --readelf ${READELF}
+                        --xmllint ${XMLLINT} ${bundle} ${CMAKE_CURRENT_LIST_DIR}/../../SpotlightImporter
                 COMMAND_ERROR_IS_FATAL ANY)
 
 execute_process(COMMAND ldd ${bundle}/Contents/Linux/SorrelTorrent OUTPUT_VARIABLE libraries

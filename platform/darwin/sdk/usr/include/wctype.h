@@ -1,0 +1,5 @@
+#pragma once
+
+#include <wchar.h>
+
+extern "C" wint_t towlower(wint_t c);
