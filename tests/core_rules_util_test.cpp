@@ -4,7 +4,6 @@
 #include <limits.h>
 #include <stdint.h>
 
-#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
@@ -13,6 +12,7 @@
 #include "core/util_mime.h"
 #include "core/util_random.h"
 #include "core/util_sort.h"
+#include "tests/support/content_tables.h"
 #include "tests/support/text.h"
 
 namespace {
@@ -117,62 +117,6 @@ TEST(SearchRules, TheLastComparisonAloneDecidesWhatIsFound) {
                     &number, 1, 4, 5, +[](const void*, uint32_t) { return INT_MIN; }));
 }
 
-constexpr const char* kTypes[][2] = {
-    {"gif", "image/gif"},
-    {"bmp", "image/bmp"},
-    {"htm", "text/html"},
-    {"html", "text/html"},
-    {"jpeg", "image/jpeg"},
-    {"jpg", "image/jpeg"},
-    {"png", "image/png"},
-    {"txt", "text/plain"},
-    {"css", "text/css"},
-    {"js", "text/javascript"},
-    {"ico", "image/vnd.microsoft.icon"},
-    {"mp3", "audio/mpeg"},
-    {"aac", "audio/aac"},
-    {"aif", "audio/aiff"},
-    {"aiff", "audio/aiff"},
-    {"au", "audio/basic "},
-    {"mka", "audio/x-matroska"},
-    {"mp1", "audio/mp1"},
-    {"mp2", "audio/mpeg"},
-    {"m4a", "audio/mp4a-latm"},
-    {"mpa", "audio/mpeg"},
-    {"ogg", "audio/ogg"},
-    {"oga", "audio/ogg"},
-    {"ram", "audio/x-pn-realaudio"},
-    {"wav", "audio/wav"},
-    {"wma", "audio/x-ms-wma"},
-    {"asf", "video/x-ms-asf"},
-    {"mp2", "video/mpeg"},
-    {"mp4", "video/mp4"},
-    {"mpg", "video/mpeg"},
-    {"mpe", "video/mpeg"},
-    {"mpeg", "video/mpeg"},
-    {"mov", "video/quicktime"},
-    {"moov", "video/quicktime"},
-    {"qt", "video/quicktime"},
-    {"avi", "video/avi"},
-    {"divx", "video/divx"},
-    {"flv", "video/x-flv"},
-    {"m1v", "video/mpeg"},
-    {"m2v", "video/mpeg"},
-    {"m4v", "video/x-m4v"},
-    {"mkv", "video/x-matroska"},
-    {"ogm", "video/ogg"},
-    {"ogv", "video/ogg"},
-    {"vob", "video/vob"},
-    {"wmv", "video/x-ms-wmv"},
-    {"3gp", "video/3gpp"},
-    {"qt", "video/quicktime"},
-    {"asf", "video/x-ms-asf"},
-    {"avi", "video/x-msvideo"},
-    {"ogx", "application/ogg"},
-    {"swa", "application/x-director"},
-};
-static_assert(std::size(kTypes) == 52);
-
 TEST(ContentRules, UnitsThatOnlyShareTheirLowBitsWithALetterAreOthers) {
   EXPECT_TRUE(core::IsSafeFileExtension(Wide(Units({'e' + 0x100, 'x', 'e'})).get()));
   EXPECT_TRUE(core::IsSafeFileExtension(Wide(Units({'e', 'x', 'e' | 0x80000000u})).get()));
@@ -188,9 +132,10 @@ string Guess(const string& name) {
 
 // On purpose: the list is searched string by string, whatever its column.
 TEST(ContentRules, ATypeBehindADotGivesTheNextExtension) {
+  const auto& rows = content_tables::Guesses();
   std::map<string, string> next;
-  for (size_t i = 0; i + 1 < std::size(kTypes); ++i) {
-    next.emplace(kTypes[i][1], kTypes[i + 1][0]);
+  for (size_t i = 0; i + 1 < rows.size(); ++i) {
+    next.emplace(rows[i].type, rows[i + 1].extension);
   }
   next.emplace("audio/basic", "(null)");
   for (const auto& [type, extension] : next) {
