@@ -1,0 +1,14 @@
+// An image that is ready to be called.
+#pragma once
+
+#include <string>
+
+#include "tests/macho/image.h"
+
+namespace macho {
+
+// Loads the file at `path` for good, with its Objective-C contents if it has any, and runs its
+// initialisers. Throws a Refusal, which begins with the path, when that cannot be done.
+Image& LoadForGood(const std::string& path);
+
+}  // namespace macho
