@@ -54,6 +54,7 @@ Ending ImportShortOfMemory(const std::function<int()>& import, long first, long 
   const pid_t child = fork();
   if (child == 0) {
     dup2(ends[1], STDERR_FILENO);
+    signal(SIGINT, SIG_DFL);  // it may be ignored in tests that were started in the background
     const long before = macho::LiveBlocks();
     macho::FailAllocations(first, count);
     const int outcome = import();

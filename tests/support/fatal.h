@@ -6,6 +6,10 @@
 
 #include <string>
 
+// A shell that starts the tests in the background may have them ignore SIGINT; the processes that are to
+// die of it must not.
+inline const bool kSigintStops = ::signal(SIGINT, SIG_DFL) != SIG_ERR;
+
 // Passes when `statement` stops the process by SIGINT after writing exactly the assertion line for
 // `source` and `line` to standard error, and nothing else.
 #define EXPECT_FATAL(statement, source, line) \
