@@ -24,8 +24,15 @@ list(FILTER gnustep_base-libs EXCLUDE REGEX "^-(L.*|shared-libgcc|rdynamic|pthre
 find_path(GNUSTEP_HEADERS Foundation/Foundation.h PATH_SUFFIXES GNUstep REQUIRED)
 target_include_directories(sorrel_foundation SYSTEM INTERFACE ${GNUSTEP_HEADERS})
 # CMake 3.25 knows no language standards for GCC's Objective-C++.
+set(objcxx_flags -Wno-subobject-linkage)
+if(CMAKE_OBJCXX_COMPILER_ID STREQUAL Clang)
+  # The runtime is GCC's, and its headers are where only GCC looks.
+  execute_process(COMMAND g++ -print-file-name=include OUTPUT_VARIABLE gcc_headers OUTPUT_STRIP_TRAILING_WHITESPACE
+                  COMMAND_ERROR_IS_FATAL ANY)
+  set(objcxx_flags -fobjc-runtime=gcc -idirafter${gcc_headers})
+endif()
 target_compile_options(sorrel_foundation INTERFACE
-                       $<$<COMPILE_LANGUAGE:OBJCXX>:${gnustep_objc-flags};-std=c++20;-Wno-subobject-linkage>)
+                       $<$<COMPILE_LANGUAGE:OBJCXX>:${gnustep_objc-flags};-std=c++20;${objcxx_flags}>)
 target_link_libraries(sorrel_foundation INTERFACE ${gnustep_base-libs})
 find_package(Threads REQUIRED)
 target_link_libraries(sorrel_foundation INTERFACE Threads::Threads)

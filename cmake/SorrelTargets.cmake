@@ -1,4 +1,4 @@
-# The two interface targets that carry the project's flags.
+# What the project's targets are compiled and linked with.
 
 # For every target: the repository root as the only include directory, and the sanitizers.
 add_library(sorrel_options INTERFACE)
@@ -9,9 +9,19 @@ if(SORREL_SANITIZE)
                                                   -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(sorrel_options INTERFACE -fsanitize=${SORREL_SANITIZE})
 endif()
+if(SORREL_FUZZERS)
+  target_compile_options(sorrel_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # For C++ targets: warnings are errors. Platform headers in Objective-C++ do not survive -Wpedantic.
 add_library(sorrel_warnings INTERFACE)
 target_compile_options(sorrel_warnings INTERFACE -Wall -Wextra -Werror -Wshadow
                                                  $<$<COMPILE_LANGUAGE:CXX>:-Wpedantic -Wconversion>)
 target_link_libraries(sorrel_warnings INTERFACE sorrel_options)
+
+# For shared objects: every name they use is found when they are linked. Clang's sanitizers are the exception:
+# their names come from the program.
+set(SORREL_NO_UNDEFINED LINKER:-z,defs)
+if(SORREL_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+  set(SORREL_NO_UNDEFINED "")
+endif()

@@ -1,0 +1,3 @@
+"""Where the search for the failure that is there on purpose begins."""
+
+SEEDS = {"self_test": {"good": b"baa"}}
