@@ -7,6 +7,7 @@ namespace {
 
 constexpr uint64_t kWordBytes = 8;
 constexpr int64_t kAnyLibrary = 0;
+constexpr int64_t kFlatLookup = -2;  // left to the loader at the link
 
 [[noreturn]] void RefuseOpcode(const char* what, unsigned opcode) {
   throw Refusal(std::string(what) + " holds the opcode " + std::to_string(opcode) + ", which is not supported");
@@ -109,7 +110,7 @@ uint64_t Fixups::Resolve(int64_t library, const std::string& symbol, bool option
       throw Refusal("import " + symbol + " is from a library that does not exist");
     }
     name = file_.libraries[static_cast<size_t>(library) - 1];
-  } else if (library != kAnyLibrary) {
+  } else if (library != kAnyLibrary && library != kFlatLookup) {
     throw Refusal("import " + symbol + " is from no library");
   }
   imports_.push_back({name, symbol});

@@ -153,9 +153,16 @@ TEST_F(MachOFixups, MissingImportIsNamedUnlessItMayBeMissing) {
 TEST_F(MachOFixups, ImportFromNoLibraryIsRefused) {
   EXPECT_EQ(Bind({kBindPointers, 0x13, 0x40, '_', 'x', 0, kBindInSecond, 0, 0x90}),
             "import _x is from a library that does not exist");
-  EXPECT_EQ(Bind({kBindPointers, 0x3E, 0x40, '_', 'x', 0, kBindInSecond, 0, 0x90}), "import _x is from no library");
+  EXPECT_EQ(Bind({kBindPointers, 0x3F, 0x40, '_', 'x', 0, kBindInSecond, 0, 0x90}), "import _x is from no library");
   EXPECT_EQ(Bind({kBindPointers, 0x11, kBindInSecond, 0, 0x90}), "the binding table binds no symbol");
   EXPECT_EQ(Bind({kBindPointers, 0x11, 0x40, '_', 'x'}), "the binding table ends within a name");
+}
+
+TEST_F(MachOFixups, ImportsThatTheLinkLeftOpenComeFromAnyLibrary) {
+  ASSERT_EQ(Bind({kBindPointers, 0x3E, 0x40, '_', 'x', 0, kBindInSecond, 0, 0x90}), "");
+  EXPECT_EQ(Word(0), Value(&first_import));
+  ASSERT_EQ(imports_.size(), 1u);
+  EXPECT_EQ(imports_[0].library, "");
 }
 
 TEST_F(MachOFixups, WeakImportsComeFromAnyLibrary) {

@@ -44,16 +44,25 @@ Mapping::~Mapping() { munmap(base_, size_ + kPageBytes); }
 
 Image::Image(Bytes file, const Resolver& resolve) : Image(Parse(SliceOf(file)), resolve) {}
 
-Image::Image(const File& file, const Resolver& resolve) : mapping_(file.Size()), sections_(file.sections) {
+Image::Image(Bytes file) : Image(Parse(SliceOf(file))) {}
+
+Image::Image(const File& file, const Resolver& resolve) : Image(file) { Bind(file, resolve); }
+
+Image::Image(const File& file) : mapping_(file.Size()), sections_(file.sections) {
   Map(file);
-  Fixups fixups(file, mapping_.base(), resolve);
-  fixups.Apply();
-  imports_ = fixups.TakeImports();
   exports_ = ReadExports(file.exports, file.Size());
   for (const Symbol& symbol : file.symbols) {
     symbols_[symbol.name] = symbol.address;
     names_[symbol.address] = symbol.name;
   }
+}
+
+void Image::Bind(Bytes file, const Resolver& resolve) { Bind(Parse(SliceOf(file)), resolve); }
+
+void Image::Bind(const File& file, const Resolver& resolve) {
+  Fixups fixups(file, mapping_.base(), resolve);
+  fixups.Apply();
+  imports_ = fixups.TakeImports();
 }
 
 // Writable everywhere while it is patched.

@@ -44,6 +44,11 @@ class Image {
   // cannot be resolved. The bytes are not needed afterwards.
   Image(Bytes file, const Resolver& resolve);
 
+  // The same in two steps, for images that import from each other. Addresses in the image are known after
+  // the first one; nothing in it can be used before the second, which takes the same bytes once more.
+  explicit Image(Bytes file);
+  void Bind(Bytes file, const Resolver& resolve);
+
   // Gives every segment the protection that it asks for. Call after all patching.
   void Protect();
 
@@ -78,7 +83,9 @@ class Image {
   };
 
   Image(const File& file, const Resolver& resolve);
+  explicit Image(const File& file);
   void Map(const File& file);
+  void Bind(const File& file, const Resolver& resolve);
   const uint8_t* Checked(const uint8_t* code) const;
 
   Mapping mapping_;

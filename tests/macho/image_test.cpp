@@ -160,6 +160,24 @@ TEST(MachOImageLoading, UnresolvedImportIsNamed) {
   }
 }
 
+TEST(MachOImageLoading, AddressesAreKnownBeforeImportsAreBound) {
+  for (const char* kind : {"small.classic", "small.chained"}) {
+    const std::vector<uint8_t> bytes = Sample(kind);
+    Image image(bytes);
+    void* length_by = image.Exported("_LengthBy");
+    ASSERT_NE(length_by, nullptr);
+    EXPECT_EQ(image.Local("_LengthBy"), length_by);
+    EXPECT_TRUE(image.imports().empty());
+    image.Bind(bytes, [](const std::string& library, const std::string& symbol) {
+      return symbol == "_strlen" ? reinterpret_cast<void*>(+[](const char*) -> size_t { return 42; })
+                                 : ResolveDarwinLibraries(library, symbol);
+    });
+    EXPECT_FALSE(image.imports().empty());
+    image.Protect();
+    EXPECT_EQ(reinterpret_cast<size_t (*)(size_t(*)(const char*), const char*)>(length_by)(nullptr, "four"), 42u);
+  }
+}
+
 TEST(MachOImageLoading, LibrariesOfferOnlyTheirOwnSymbols) {
   EXPECT_NE(ResolveDarwinLibraries("/usr/lib/libSystem.B.dylib", "_malloc"), nullptr);
   EXPECT_EQ(ResolveDarwinLibraries("/usr/lib/libc++.1.dylib", "_malloc"), nullptr);

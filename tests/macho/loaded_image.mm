@@ -3,14 +3,13 @@
 #include <memory>
 
 #include "tests/macho/objc_bridge.h"
-#include "tests/macho/resolver.h"
 #include "tests/macho/unwind.h"
 
 namespace macho {
 namespace {
 
-Image& Load(const std::string& path) {
-  auto image = std::make_unique<Image>(ReadFile(path), ResolveDarwin);
+Image& Load(const std::string& path, const Resolver& resolve) {
+  auto image = std::make_unique<Image>(ReadFile(path), resolve);
   AttachObjectiveC(*image);
   image->Protect();
   RegisterUnwinding(*image);
@@ -23,9 +22,9 @@ Image& Load(const std::string& path) {
 
 }  // namespace
 
-Image& LoadForGood(const std::string& path) {
+Image& LoadForGood(const std::string& path, const Resolver& resolve) {
   try {
-    return Load(path);
+    return Load(path, resolve);
   } catch (const Refusal& refusal) {
     throw Refusal(path + ": " + refusal.what());
   }

@@ -8,9 +8,10 @@
 
 #include "tests/macho/loaded_image.h"
 
-// A bundle as its property list describes it.
+// A bundle as its property list describes it. Its code is loaded when it is first asked for.
 @interface MachOPlugIn : NSObject {
   NSDictionary* info;
+  std::string* code;
   macho::Image* image;
 }
 - (id)initWithPath:(NSString*)path;
@@ -34,11 +35,12 @@
     return nil;
   }
   NSString* folder = [contents stringByAppendingPathComponent:@"MacOS"];
-  image = &macho::LoadForGood([[folder stringByAppendingPathComponent:name] UTF8String]);
+  code = new std::string([[folder stringByAppendingPathComponent:name] UTF8String]);
   return self;
 }
 
 - (void)dealloc {
+  delete code;
   [info release];
   [super dealloc];
 }
@@ -54,11 +56,16 @@
 
 - (CFPlugInFactoryFunction)functionForFactory:(NSUUID*)factory {
   NSString* name = [[info objectForKey:@"CFPlugInFactories"] objectForKey:[factory UUIDString]];
-  void* function = name ? image->Exported(std::string("_") + [name UTF8String]) : nullptr;
+  void* function = name && [self image] ? image->Exported(std::string("_") + [name UTF8String]) : nullptr;
   return reinterpret_cast<CFPlugInFactoryFunction>(function);
 }
 
 - (macho::Image*)image {
+  try {
+    image = image ? image : &macho::LoadForGood(*code);
+  } catch (const macho::Refusal& refusal) {
+    fprintf(stderr, "Cannot load plug-in code: %s\n", refusal.what());
+  }
   return image;
 }
 
@@ -75,12 +82,7 @@ MachOPlugIn* PlugInAt(NSString* path) {
   plug_ins = plug_ins ? plug_ins : [NSMutableDictionary new];
   MachOPlugIn* plug_in = [plug_ins objectForKey:path];
   if (!plug_in) {
-    try {
-      plug_in = [[[MachOPlugIn alloc] initWithPath:path] autorelease];
-    } catch (const macho::Refusal& refusal) {
-      fprintf(stderr, "Cannot load plug-in code: %s\n", refusal.what());
-      return nil;
-    }
+    plug_in = [[[MachOPlugIn alloc] initWithPath:path] autorelease];
     if (plug_in) {
       [plug_ins setObject:plug_in forKey:path];
       latest = plug_in;

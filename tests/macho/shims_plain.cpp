@@ -41,6 +41,12 @@ void* Address(Function* function) {
   return reinterpret_cast<void*>(function);
 }
 
+// A function that reads a number and reports one that does not fit.
+template <auto function>
+auto ReadNumber(const char* text, char** end, int base) {
+  return WithErrno([&] { return function(text, end, base); });
+}
+
 #define PLAIN(name) \
   { "_" #name, Address(name) }
 
@@ -62,6 +68,10 @@ std::span<const Shim> PlainShims() {
       {"_strstr", Address<const char*(const char*, const char*)>(strstr)},
       {"_wcschr", Address<const wchar_t*(const wchar_t*, wchar_t)>(wcschr)},
       {"_wcsrchr", Address<const wchar_t*(const wchar_t*, wchar_t)>(wcsrchr)},
+      {"_strtol", Address(ReadNumber<strtol>)},
+      {"_strtoll", Address(ReadNumber<strtoll>)},
+      {"_strtoul", Address(ReadNumber<strtoul>)},
+      {"_strtoull", Address(ReadNumber<strtoull>)},
       PLAIN(abort),
       PLAIN(fprintf),
       PLAIN(memcmp),
@@ -80,10 +90,6 @@ std::span<const Shim> PlainShims() {
       PLAIN(strncmp),
       PLAIN(strnlen),
       PLAIN(strspn),
-      PLAIN(strtol),
-      PLAIN(strtoll),
-      PLAIN(strtoul),
-      PLAIN(strtoull),
       PLAIN(tolower),
       PLAIN(towlower),
       PLAIN(tzset),

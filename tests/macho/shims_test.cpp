@@ -33,6 +33,17 @@ TEST(MachOShims, ErrorNumbersThatDifferAreTranslated) {
   }
 }
 
+TEST(MachOShims, NumberThatDoesNotFitSetsTheImagesErrorNumber) {
+  for (const char* symbol : {"_strtol", "_strtoll", "_strtoul", "_strtoull"}) {
+    auto* read_number = System<long long(const char*, char**, int)>(symbol);
+    *ImageErrno() = 0;
+    EXPECT_EQ(read_number("9223372036854775807", nullptr, 10), INT64_MAX) << symbol;
+    EXPECT_EQ(*ImageErrno(), 0) << symbol;
+    read_number("18446744073709551616", nullptr, 10);
+    EXPECT_EQ(*ImageErrno(), ERANGE) << symbol;
+  }
+}
+
 TEST(MachOShims, FileIsOpenedWithItsFlags) {
   auto* open_file = System<int(const char*, int, ...)>("_open");
   const int fd = open_file("/dev/null", 0x4 | 0x20000 | 0x1000000);

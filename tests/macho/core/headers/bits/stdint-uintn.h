@@ -1,0 +1,9 @@
+// Unsigned integers of given widths, as macOS has them: the one of 64 bits is `unsigned long long`.
+#pragma once
+
+#define _BITS_STDINT_UINTN_H 1
+
+typedef unsigned char uint8_t;
+typedef unsigned short uint16_t;
+typedef unsigned int uint32_t;
+typedef unsigned long long uint64_t;
