@@ -27,6 +27,8 @@ void EmitInteger(BencodedEmitter& out, const BencEntity& v) {
 // A container that has no text in these forms stops the process.
 void RefuseVirtualList(const BencEntity& v) { AssertAt(v.GetType() != BENC_VLIST, kSource, __LINE__); }
 
+bool IsQuotedInListing(char c) { return c == '\n' || c == '\r' || c == '\\'; }
+
 // The ASCII listing. The paths of all open containers share one buffer: each begins with the path of
 // the one around it, whose length is that container's mark.
 class AsciiVisitor {
@@ -67,10 +69,17 @@ class AsciiVisitor {
         EmitInteger(out_, v);
         break;
       case BENC_STR:
-        out_.EmitQuotedAscii(BencTree::Bytes(v)->data, IntOf(BencTree::Bytes(v)->size()));
+        EmitQuoted(*BencTree::Bytes(v));
         break;
       default:
         FatalAssert(kSource, __LINE__);
+    }
+  }
+
+  // In pieces whose lengths are ints; each byte is quoted by itself.
+  void EmitQuoted(const BencArray<unsigned char>& bytes) {
+    for (size_t at = 0; at < bytes.size(); at += INT_MAX) {
+      out_.EmitQuotedAscii(bytes.begin() + at, IntOf(bytes.size() - at));
     }
   }
 
@@ -148,11 +157,18 @@ void BencodedEmitter::EmitAsAscii(const BencEntity* v, const char* prefix) {
 
 void BencodedEmitter::EmitQuotedAscii(const void* p, int len) {
   const char* text = static_cast<const char*>(p);
-  for (int i = 0; i < len; ++i) {
-    if (text[i] == '\n' || text[i] == '\r' || text[i] == '\\') {
-      EmitChar('\\');
+  const char* const end = len > 0 ? text + len : text;
+  while (text != end) {
+    const char* plain = text;
+    while (plain != end && !IsQuotedInListing(*plain)) {
+      ++plain;
     }
-    EmitChar(text[i]);
+    Emit(text, static_cast<size_t>(plain - text));
+    text = plain;
+    if (text != end) {
+      EmitChar('\\');
+      EmitChar(*text++);
+    }
   }
 }
 

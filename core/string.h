@@ -152,8 +152,8 @@ wchar_t* to_unicode_alloc(const wchar_t* s);
 char* to_ansi_alloc(const char* s);
 // Returns a new copy of `s`, converted to the locale's encoding. Text that the encoding lacks is
 // converted once more with every unit from 127 upward replaced as in to_ansi_char; null when that
-// fails too, and for null.
-// Requires: no other thread changes the locale meanwhile.
+// fails too, and for null. A locale that another thread changes meanwhile is followed.
+// Requires: the locale changes at most twice meanwhile.
 char* to_ansi_alloc(const wchar_t* s);
 // Returns `s` itself.
 const char* to_ansi(const char* s);

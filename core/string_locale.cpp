@@ -12,6 +12,7 @@ namespace {
 constexpr char kSource[] = "core/string";
 constexpr size_t kFailed = static_cast<size_t>(-1);
 constexpr wchar_t kMicroSign = 181;
+constexpr int kMaxTries = 3;
 
 // wcsrtombs from a fresh state; a null `dst` only measures. kFailed when `s` cannot be converted.
 size_t Narrow(const wchar_t* s, char* dst, size_t size) {
@@ -31,18 +32,28 @@ wchar_t* Simplified(const wchar_t* s) {
   return copy;
 }
 
-// Returns `s` in the locale's encoding, of which it is known that it takes `len` bytes.
-char* NarrowMeasured(const wchar_t* s, size_t len) {
-  char* text = AllocString<char>(len);
-  AssertAt(Narrow(s, text, len + 1) == len, kSource, 477);
-  text[len] = 0;
-  return text;
+// Returns a new string with `s` in the locale's encoding; null, and the reason in errno, when it cannot be
+// converted. A locale that changes between the two conversions is no fault of the text: it is measured anew.
+char* NarrowNew(const wchar_t* s) {
+  for (int tries = 1;; ++tries) {
+    errno = 0;
+    const size_t len = Narrow(s, nullptr, 0);
+    if (len == kFailed) {
+      return nullptr;
+    }
+    char* text = AllocString<char>(len);
+    if (Narrow(s, text, len + 1) == len) {
+      text[len] = 0;
+      return text;
+    }
+    MyFree(text);
+    AssertAt(tries < kMaxTries, kSource, 477);
+  }
 }
 
 char* NarrowSimplified(const wchar_t* s) {
   wchar_t* copy = Simplified(s);
-  const size_t len = Narrow(copy, nullptr, 0);
-  char* text = len == kFailed ? nullptr : NarrowMeasured(copy, len);
+  char* text = NarrowNew(copy);
   MyFree(copy);
   return text;
 }
@@ -70,12 +81,8 @@ char* to_ansi_alloc(const wchar_t* s) {
   if (s == nullptr) {
     return nullptr;
   }
-  errno = 0;
-  const size_t len = Narrow(s, nullptr, 0);
-  if (len != kFailed) {
-    return NarrowMeasured(s, len);
-  }
-  return errno == EILSEQ ? NarrowSimplified(s) : nullptr;
+  char* text = NarrowNew(s);
+  return text == nullptr && errno == EILSEQ ? NarrowSimplified(s) : text;
 }
 
 const char* to_ansi(const char* s) { return s; }

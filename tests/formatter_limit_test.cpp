@@ -12,6 +12,7 @@
 #include "tests/support/fatal.h"
 #include "tests/support/formatted.h"
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/small_stack.h"
 #include "tests/support/stack_limit.h"
 
 namespace {
@@ -88,6 +89,19 @@ TEST(FormatterLimit, PadFollowsTheStackLimitOfTheProcess) {
   EXPECT_FATAL(pad(600000, 300000), "core/strfmt", 133);
   EXPECT_EXIT(pad(500001, 249999), testing::ExitedWithCode(0), "");
   EXPECT_FATAL(pad(500001, 250000), "core/strfmt", 133);
+}
+
+// The bound is that of the process; a thread may have far less.
+TEST(FormatterLimit, LongPadsAndEncodingsNeedNoStack) {
+  ASSERT_LT(size_t{1800000}, core::GetMaxStackSize() / 2) << "the stack limit of this process is too low for the check";
+  const std::string blanks(600000, ' ');
+  Counter out(UINT64_MAX);
+  OnSmallStack([&] {
+    out.do_pad(' ', 1000000);
+    RunNarrow(out, "%1000000d%01000000d%.1000000d", 5, 5, 5);
+    core::fmt_urlencoded(out, blanks.data(), blanks.size());
+  });
+  EXPECT_EQ(4000000u + 3 * blanks.size(), out.received);
 }
 
 TEST(FormatterLimit, PadIsClippedBeforeItIsJudged) {

@@ -15,6 +15,7 @@
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/formatted.h"
+#include "tests/support/page_end.h"
 #include "tests/support/stack_limit.h"
 
 namespace {
@@ -52,12 +53,13 @@ TEST(FormatterText, PrecisionCutsStrings) {
 }
 
 TEST(FormatterText, NothingIsReadBehindThePrecision) {
-  const ExactBytes bytes("abcd");
-  const std::vector<wchar_t> units = ExactUnits(L"wxyz");
-  EXPECT_EQ("abcd", Both("%.4s", bytes.chars()));
-  EXPECT_EQ("wxyz", Both("%.4S", units.data()));
-  EXPECT_EQ("abc", Both("%.*s", 3, bytes.chars()));
-  EXPECT_EQ("|", Both("%.0s|", bytes.chars()));
+  PageEndBytes bytes("abcd");
+  const std::wstring_view letters = L"wxyz";
+  PageEndBytes units({reinterpret_cast<const char*>(letters.data()), letters.size() * sizeof(wchar_t)});
+  EXPECT_EQ("abcd", Both("%.4s", bytes.begin()));
+  EXPECT_EQ("wxyz", Both("%.4S", units.begin()));
+  EXPECT_EQ("abc", Both("%.*s", 3, bytes.begin()));
+  EXPECT_EQ("|", Both("%.0s|", bytes.end()));
 }
 
 TEST(FormatterText, NothingIsReadBehindTheRoom) {

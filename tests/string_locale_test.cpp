@@ -21,8 +21,9 @@ using std::string;
 using std::wstring;
 
 // How the platform's wide-to-multibyte conversion behaves in this program.
-enum class Conversion { kNormal, kFailsOnceWithAnotherError, kConvertsLessThanMeasured };
+enum class Conversion { kNormal, kFailsOnceWithAnotherError, kConvertsLessThanMeasured, kFindsAnotherLocale };
 Conversion conversion = Conversion::kNormal;
+int times = 0;  // that it still behaves so, when it converts
 
 }  // namespace
 
@@ -33,16 +34,27 @@ extern "C" size_t wcsrtombs(char* dst, const wchar_t** src, size_t size, mbstate
     errno = EINVAL;
     return static_cast<size_t>(-1);
   }
+  const bool odd = dst != nullptr && times > 0;
+  times -= odd ? 1 : 0;
+  if (odd && conversion == Conversion::kFindsAnotherLocale) {
+    setlocale(LC_CTYPE, "C");
+  }
   const size_t len = wcsnrtombs(dst, src, wcslen(*src) + 1, size, state);
-  return conversion == Conversion::kConvertsLessThanMeasured && dst != nullptr ? len - 1 : len;
+  return odd && conversion == Conversion::kConvertsLessThanMeasured ? len - 1 : len;
 }
 
 namespace {
 
 class ScopedConversion {
  public:
-  explicit ScopedConversion(Conversion wanted) { conversion = wanted; }
-  ~ScopedConversion() { conversion = Conversion::kNormal; }
+  explicit ScopedConversion(Conversion wanted, int how_often = 1) {
+    conversion = wanted;
+    times = how_often;
+  }
+  ~ScopedConversion() {
+    conversion = Conversion::kNormal;
+    times = 0;
+  }
 };
 
 TEST(ToUnicodeAlloc, ConvertsFromTheLocale) {
@@ -136,8 +148,25 @@ TEST(ToAnsiAlloc, NullGivesNull) {
 }
 
 TEST(ToAnsiAllocDeathTest, ConvertedLengthOtherThanMeasuredIsFatal) {
-  const ScopedConversion shorter(Conversion::kConvertsLessThanMeasured);
+  const ScopedConversion shorter(Conversion::kConvertsLessThanMeasured, 3);
   EXPECT_FATAL(core::to_ansi_alloc(L"abc"), "core/string", 477);
+}
+
+// Another thread may change the locale between measuring and converting.
+TEST(ToAnsiAlloc, MeasuresAnewWhenTheLocaleHasChanged) {
+  const ScopedLocale utf8("C.UTF-8");
+  ASSERT_TRUE(utf8.ok());
+  const test_host::Scope host;
+  const long live = test_host::LiveBlocks();
+  {
+    const ScopedConversion changing(Conversion::kFindsAnotherLocale);
+    EXPECT_EQ("caf?", Take(core::to_ansi_alloc(L"caf\u00E9")));
+  }
+  for (int how_often : {1, 2}) {
+    const ScopedConversion shorter(Conversion::kConvertsLessThanMeasured, how_often);
+    EXPECT_EQ("abc", Take(core::to_ansi_alloc(L"abc"))) << how_often;
+  }
+  EXPECT_EQ(live, test_host::LiveBlocks());
 }
 
 TEST(ToAnsi, NarrowTextIsReturnedAsItIs) {

@@ -3,13 +3,27 @@
 
 #include <gtest/gtest.h>
 #include <limits.h>
+#include <wctype.h>
 
+#include <algorithm>
 #include <string>
 
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/scoped_locale.h"
 #include "tests/support/text.h"
+
+namespace {
+
+wint_t largest_lowered = 0;  // what the library asked the platform about
+
+}  // namespace
+
+// The platform's own, written down: not every platform's takes units that are no characters.
+extern "C" wint_t towlower(wint_t c) noexcept {
+  largest_lowered = std::max(largest_lowered, c);
+  return ::towctrans(c, ::wctrans("tolower"));
+}
 
 namespace {
 
@@ -137,6 +151,13 @@ TEST(StriprefixMatch, UnitsThatAreNoCharactersEqualOnlyThemselves) {
   const Wide text(odd);
   EXPECT_EQ(text.get() + 5, core::striprefix_match(text.get(), text.get()));
   EXPECT_EQ(nullptr, core::striprefix_match(text.get(), L"\u00E9"));
+}
+
+TEST(StriprefixMatch, AsksThePlatformAboutCharactersOnly) {
+  const Wide text(Units({'A', 0x10FFFF, 0x110000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFE9}));
+  largest_lowered = 0;
+  EXPECT_EQ(text.get() + 6, core::striprefix_match(text.get(), text.get()));
+  EXPECT_EQ(0x10FFFFu, largest_lowered);
 }
 
 TEST(WcsCaseCmp, OrdersByTheFirstDifferentUnit) {

@@ -1,0 +1,138 @@
+// Strings of 2 GiB: what is set, and what is written. This program brings its own allocator, in whose memory
+// such strings take no room.
+#include <gtest/gtest.h>
+#include <limits.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "core/bencoding.h"
+#include "core/benctree.h"
+#include "core/mem1.h"
+#include "tests/support/fatal.h"
+#include "tests/support/huge_text.h"
+#include "tests/support/repeating_memory.h"
+#include "tests/support/small_stack.h"
+
+namespace test_host {
+
+void* PlatformMalloc(size_t n) { return RepeatingMemory::New(n); }
+void* PlatformRealloc(void* p, size_t n) { return RepeatingMemory::Resize(p, n); }
+void PlatformFree(void* p) { RepeatingMemory::Delete(p); }
+
+}  // namespace test_host
+
+namespace {
+
+using namespace core;
+using std::string_view;
+
+constexpr size_t kTooLong = size_t{INT_MAX} + 1;
+
+// A value that goes with the test.
+template <class V>
+struct Owned : V {
+  ~Owned() { this->FreeMembers(); }
+};
+
+class HugeStrings : public testing::Test {
+ protected:
+  // Characters "x", and a terminator behind `len` of them.
+  const char* Text(size_t len) {
+    text_ = std::make_unique<HugeText<char>>(len);
+    return text_->ok() ? text_->get() : nullptr;
+  }
+
+  // A string of 2^31 bytes, made without the setters.
+  void Fill(BencEntityMem& value) {
+    const char* text = Text(kTooLong);
+    ASSERT_NE(nullptr, text);
+    BencTree::Bytes(value)->Borrow(reinterpret_cast<const unsigned char*>(text), kTooLong);
+  }
+
+ private:
+  std::unique_ptr<HugeText<char>> text_;
+};
+
+TEST_F(HugeStrings, SetStrTakesOneByteLessThan2GiB) {
+  const char* text = Text(INT_MAX);
+  ASSERT_NE(nullptr, text);
+  Owned<BencEntityMem> value;
+  value.SetStr(text, -1);
+  size_t stored = 0;
+  const char* bytes = value.GetString(&stored);
+  EXPECT_EQ(size_t{INT_MAX}, stored);
+  EXPECT_EQ("xxxx", string_view(bytes, 4));
+  EXPECT_EQ(0, bytes[stored]);
+}
+
+TEST_F(HugeStrings, SetStrOf2GiBIsFatal) {
+  const char* text = Text(kTooLong);
+  ASSERT_NE(nullptr, text);
+  Owned<BencEntityMem> value;
+  EXPECT_FATAL_ANY_LINE(value.SetStr(text, -1), "core/bencoding");
+  Owned<BencodedDict> dict;
+  EXPECT_FATAL_ANY_LINE(dict.InsertString("k", text, -1), "core/bencoding");
+}
+
+// On purpose: the length counts with its low 32 bits.
+TEST_F(HugeStrings, AppendStringTakesItsLengthAsAnInt) {
+  Owned<BencodedList> list;
+  const auto appended = [&list](size_t len) {
+    size_t stored = 0;
+    const char* text = list.AppendString("abcdef", len)->GetString(&stored);
+    return std::string(text, stored);
+  };
+  EXPECT_EQ("abc", appended((size_t{1} << 32) + 3));
+  EXPECT_EQ("abcdef", appended((size_t{1} << 32) - 1));
+  EXPECT_EQ("abcdef", appended(SIZE_MAX));
+  EXPECT_FATAL_ANY_LINE(list.AppendString("abcdef", kTooLong), "core/bencoding");
+  EXPECT_FATAL_ANY_LINE(list.AppendString("abcdef", (size_t{1} << 32) - 2), "core/bencoding");
+}
+
+TEST_F(HugeStrings, SerializeWritesThemWhole) {
+  Owned<BencEntityMem> value;
+  Fill(value);
+  size_t len = 0;
+  unsigned char* text = value.Serialize(&len);
+  constexpr string_view kCount = "2147483648:";
+  EXPECT_EQ(kCount.size() + kTooLong, len);
+  EXPECT_EQ("2147483648:xxx", string_view(reinterpret_cast<char*>(text), kCount.size() + 3));
+  EXPECT_EQ('x', text[len - 1]);
+  MyFree(text);
+}
+
+// One byte at a time: too long a way for a sanitizer.
+class HugeStringsByteByByte : public HugeStrings {
+ protected:
+  void SetUp() override {
+#ifdef SMALL_STACK_SANITIZED
+    GTEST_SKIP() << "takes a sanitizer too long";
+#endif
+  }
+};
+
+TEST_F(HugeStringsByteByByte, JsonQuotesThemWhole) {
+  Owned<BencEntityMem> value;
+  Fill(value);
+  size_t len = 0;
+  char* text = value.SerializeAsJson(&len);
+  EXPECT_EQ(kTooLong + 3, len);
+  EXPECT_EQ("\"xxx", string_view(text, 4));
+  EXPECT_EQ(string_view("x\"\0", 3), string_view(text + len - 3, 3));
+  MyFree(text);
+}
+
+TEST_F(HugeStringsByteByByte, TheListingHoldsThemWhole) {
+  Owned<BencEntityMem> value;
+  Fill(value);
+  size_t len = 0;
+  char* text = value.SerializeAsAscii(&len);
+  EXPECT_EQ(kTooLong + 1, len);
+  EXPECT_EQ("xxx", string_view(text, 3));
+  EXPECT_EQ(string_view("xx\0", 3), string_view(text + len - 3, 3));
+  MyFree(text);
+}
+
+}  // namespace
