@@ -19,8 +19,10 @@ class StringBytes {
   size_t size() const { return len_; }
 
  private:
-  char* bytes_;
-  size_t len_;
+  StringBytes() = default;
+
+  char* bytes_ = nullptr;
+  size_t len_ = 0;
 };
 
 }  // namespace reader

@@ -11,8 +11,9 @@ constexpr NSUInteger kChunk = 256;
 
 }  // namespace
 
-// Units are fetched a piece at a time; a pair of surrogates stays in one piece.
-StringBytes::StringBytes(NSString* string) : bytes_(nullptr), len_(0) {
+// Units are fetched a piece at a time; a pair of surrogates stays in one piece. The other constructor
+// has made the whole object, whose destructor frees the bytes when the string raises.
+StringBytes::StringBytes(NSString* string) : StringBytes() {
   const NSUInteger count = [string length];
   bytes_ = static_cast<char*>(core::MyMalloc(count * kMaxBytesPerUnit + 1));
   unichar units[kChunk];

@@ -7,6 +7,7 @@
 #include "QuickLookPlugin/code_page.h"
 #include "QuickLookPlugin/file_bytes.h"
 #include "QuickLookPlugin/limits.h"
+#include "QuickLookPlugin/owned.h"
 #include "QuickLookPlugin/path_helpers.h"
 #include "QuickLookPlugin/tree_budget.h"
 #include "QuickLookPlugin/web_seed_summary.h"
@@ -17,6 +18,9 @@
 #include "core/strfmt.h"
 
 namespace {
+
+using reader::Block;
+using reader::Owned;
 
 // A list of files may announce more than it holds; the table grows beyond this by itself.
 constexpr size_t kMaxExpectedFiles = 65536;
@@ -47,17 +51,6 @@ bool TorrentTree::Load(NSString* path) {
          core::BencEntity::Parse(file.begin(), root, file.end()) && root.GetType() == core::BENC_DICT;
 }
 
-// A block from the library's allocator.
-template <class T>
-struct Block {
-  T* p;
-
-  explicit Block(T* block) : p(block) {}
-  Block(const Block&) = delete;
-  Block& operator=(const Block&) = delete;
-  ~Block() { core::MyFree(p); }
-};
-
 // Puts an object that the caller owns into a field, in place of what the field holds.
 template <class T, class U>
 void Adopt(T*& field, U* object) {
@@ -83,9 +76,9 @@ NSString* NewText(const core::BencEntity* value, int code_page) {
 
 // Appends an object that the caller owns, and gives up the ownership. Nil is passed over.
 void Append(NSMutableArray* array, NSString* text) {
+  const Owned<NSString> owned(text);
   if (text) {
     [array addObject:text];
-    [text release];
   }
 }
 
@@ -99,20 +92,20 @@ void AppendTrackers(NSMutableArray* trackers, const core::BencodedList& tier) {
 // On purpose: trackers are never decoded by the torrent's own code page, and the presence of a list,
 // even an empty one, hides the single tracker.
 NSMutableArray* NewTrackers(const core::BencodedDict& root) {
-  NSMutableArray* trackers = [NSMutableArray new];
+  Owned<NSMutableArray> trackers([NSMutableArray new]);
   const core::BencodedList* tiers = root.GetList("announce-list");
   if (!tiers) {
-    Append(trackers, NewText(root.Get("announce"), core::kCodePageUtf8OrLocale));
-    return trackers;
+    Append(trackers.get(), NewText(root.Get("announce"), core::kCodePageUtf8OrLocale));
+    return trackers.Take();
   }
   const size_t count = tiers->GetCount();
   for (size_t i = 0; i < count; ++i) {
     const core::BencodedList* tier = tiers->GetList(i);
     if (tier) {
-      AppendTrackers(trackers, *tier);
+      AppendTrackers(trackers.get(), *tier);
     }
   }
-  return trackers;
+  return trackers.Take();
 }
 
 // A web seed that is not valid UTF-8 is passed over.
@@ -123,26 +116,26 @@ void AppendWebSeed(NSMutableArray* seeds, const char* bytes, size_t len) {
 }
 
 NSMutableArray* NewWebSeeds(const core::BencodedDict& root) {
-  NSMutableArray* seeds = [NSMutableArray new];
+  Owned<NSMutableArray> seeds([NSMutableArray new]);
   size_t len = 0;
   const core::BencodedList* list = root.GetList("url-list");
   if (!list) {
     const char* bytes = root.GetString("url-list", &len);
     if (bytes) {
-      AppendWebSeed(seeds, bytes, len);
+      AppendWebSeed(seeds.get(), bytes, len);
     }
-    return seeds;
+    return seeds.Take();
   }
   reader::WebSeedSummary summary;  // On purpose: composed and then dropped; no field keeps it.
   const size_t count = list->GetCount();
   for (size_t i = 0; i < count; ++i) {
     const char* bytes = list->GetString(i, &len);
     if (bytes) {
-      AppendWebSeed(seeds, bytes, len);
+      AppendWebSeed(seeds.get(), bytes, len);
       summary.Add(i, bytes, len);
     }
   }
-  return seeds;
+  return seeds.Take();
 }
 
 NSString* NewName(const core::BencodedDict& info, int code_page) {
@@ -164,9 +157,8 @@ bool StoreFile(SorrelFileTable* table, const core::BencodedDict& file, long long
   }
   size_t len = 0;
   const Block<char> utf8(core::wstr_to_utf8(path.p, &len));
-  NSString* key = NewStringFromUtf8(utf8.p);
-  [table setSize:length forPath:key ? key : @"" utf8:utf8.p length:key ? len : 0];
-  [key release];
+  const Owned<NSString> key(NewStringFromUtf8(utf8.p));
+  [table setSize:length forPath:key.get() ? key.get() : @"" utf8:utf8.p length:key.get() ? len : 0];
   return true;
 }
 
@@ -194,11 +186,8 @@ bool StoreFile(SorrelFileTable* table, const core::BencodedDict& file, long long
 
 - (id)initWithFile:(NSString*)path {
   self = [super init];
-  if (self && ![self parseTorrentFile:path]) {
-    [self release];
-    return nil;
-  }
-  return self;
+  Owned<TorrentInfo> record(self);
+  return [self parseTorrentFile:path] ? record.Take() : nil;
 }
 
 - (void)dealloc {

@@ -19,6 +19,15 @@ int OpenForReading(const char* path) {
   return fd;
 }
 
+// A file system that a program serves may be interrupted here too.
+bool GetStatus(int fd, struct stat* status) {
+  int result = -1;
+  do {
+    result = fstat(fd, status);
+  } while (result < 0 && errno == EINTR);
+  return result == 0;
+}
+
 ssize_t ReadSome(int fd, unsigned char* dst, size_t room) {
   ssize_t got = 0;
   do {
@@ -35,7 +44,7 @@ bool FileBytes::Load(const char* path, size_t limit) {
     return false;
   }
   struct stat status;
-  const bool acceptable = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size >= 0 &&
+  const bool acceptable = GetStatus(fd, &status) && S_ISREG(status.st_mode) && status.st_size >= 0 &&
                           static_cast<unsigned long long>(status.st_size) <= limit;
   const bool loaded = acceptable && ReadAll(fd, static_cast<size_t>(status.st_size), limit);
   close(fd);

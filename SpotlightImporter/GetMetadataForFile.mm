@@ -4,17 +4,15 @@
 #include <stdint.h>
 
 #include "QuickLookPlugin/TorrentInfo.h"
+#include "QuickLookPlugin/owned.h"
 #include "SpotlightImporter/SizeText.h"
-#include "core/mem1.h"
 #include "core/strfmt.h"
 
 @implementation TorrentInfo (SizeText)
 
 + (NSString*)formatSize:(NSNumber*)size {
-  char* text = core::str_fmt("%Z", static_cast<int64_t>([size longLongValue]));
-  NSString* result = [NSString stringWithUTF8String:text];
-  core::MyFree(text);
-  return result;
+  const reader::Block<char> text(core::str_fmt("%Z", static_cast<int64_t>([size longLongValue])));
+  return [NSString stringWithUTF8String:text.p];
 }
 
 @end
@@ -31,28 +29,63 @@ NSString* Description(TorrentInfo* info) {
                     : [NSString stringWithFormat:@"%@ in %d files", size, count];
 }
 
+struct Attribute {
+  NSString* key;
+  id value;   // nil when the torrent has none
+  id before;  // what the service's dictionary held
+};
+
+template <size_t count>
+void RememberWhatWas(NSDictionary* attributes, Attribute (&list)[count]) {
+  for (Attribute& attribute : list) {
+    attribute.before = [[[attributes objectForKey:attribute.key] retain] autorelease];
+  }
+}
+
+// Stores a value, or takes the key's entry away.
+void Store(NSMutableDictionary* attributes, NSString* key, id value) {
+  if (value) {
+    [attributes setObject:value forKey:key];
+  } else {
+    [attributes removeObjectForKey:key];
+  }
+}
+
+// Stores all values or, when the dictionary refuses one of them, puts back what it held. Returns
+// whether they were stored.
+template <size_t count>
+bool StoreAll(NSMutableDictionary* attributes, Attribute (&list)[count]) {
+  RememberWhatWas(attributes, list);
+  size_t next = 0;
+  try {
+    for (; next < count; ++next) {
+      if (list[next].value) {
+        Store(attributes, list[next].key, list[next].value);
+      }
+    }
+    return true;
+  } catch (...) {
+    while (next > 0) {
+      --next;
+      Store(attributes, list[next].key, list[next].before);
+    }
+    return false;
+  }
+}
+
 // Reads everything before the first write, so that a failure leaves `attributes` as it was.
 bool ImportFile(NSString* path, NSMutableDictionary* attributes) {
   TorrentInfo* info = [[[TorrentInfo alloc] initWithFile:path] autorelease];
   if (!info) {
     return false;
   }
-  NSString* creator = [info creator];
   NSString* comment = [info comment];
-  NSString* description = Description(info);
   NSArray* names = [[info files] allKeys];
-
-  if (creator) {
-    [attributes setObject:creator forKey:(NSString*)kMDItemCreator];
-  }
-  if ([comment length] > 0) {
-    [attributes setObject:comment forKey:(NSString*)kMDItemComment];
-  }
-  [attributes setObject:description forKey:(NSString*)kMDItemDescription];
-  if ([names count] > 0) {
-    [attributes setObject:names forKey:kFileNamesKey];
-  }
-  return true;
+  Attribute list[] = {{(NSString*)kMDItemCreator, [info creator], nil},
+                      {(NSString*)kMDItemComment, [comment length] > 0 ? comment : nil, nil},
+                      {(NSString*)kMDItemDescription, Description(info), nil},
+                      {kFileNamesKey, [names count] > 0 ? names : nil, nil}};
+  return StoreAll(attributes, list);
 }
 
 bool ImportURL(NSURL* url, NSMutableDictionary* attributes) {
@@ -63,9 +96,10 @@ bool ImportURL(NSURL* url, NSMutableDictionary* attributes) {
 }  // namespace
 
 Boolean GetMetadataForURL(void*, CFMutableDictionaryRef attributes, CFStringRef, CFURLRef url) {
-  NSAutoreleasePool* pool = [NSAutoreleasePool new];
+  NSAutoreleasePool* pool = nil;
   bool imported = false;
   try {
+    pool = [NSAutoreleasePool new];
     imported = ImportURL((NSURL*)url, (NSMutableDictionary*)attributes);
   } catch (...) {
     // Foundation's exceptions arrive here too. One that reached the service would end its process.

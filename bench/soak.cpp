@@ -1,7 +1,8 @@
 // soak BUNDLE [IMPORTS]: imports good and bad files over and over in one process, by default a million
-// times, and fails when memory or open descriptors have grown after the first tenth.
+// times, and fails when memory or open descriptors have grown after the first ten thousand.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <stdexcept>
@@ -108,14 +109,17 @@ void ImportInTurn(const bench::Importer& importer, const std::vector<Input>& inp
 int Soak(const bench::Importer& importer, long imports) {
   constexpr size_t kSlack = 256 * 1024;  // pages that the allocator happens to touch late
   constexpr long kSteps = 10;
+  const long settled = std::min(imports / kSteps, 10'000L);
   const TempFolder folder;
   const std::vector<Input> inputs = MakeInputs(folder.path());
-  ImportInTurn(importer, inputs, 0, imports / kSteps);
-  const Sample first = TakeSample(imports / kSteps);
+  ImportInTurn(importer, inputs, 0, settled);
+  const Sample first = TakeSample(settled);
   Sample last = first;
-  for (long step = 1; step < kSteps; ++step) {
-    ImportInTurn(importer, inputs, imports * step / kSteps, imports * (step + 1) / kSteps);
-    last = TakeSample(imports * (step + 1) / kSteps);
+  long done = settled;
+  for (long step = 1; step <= kSteps; ++step) {
+    ImportInTurn(importer, inputs, done, imports * step / kSteps);
+    done = imports * step / kSteps;
+    last = TakeSample(done);
   }
   const bool flat = last.resident <= first.resident + kSlack && last.heap <= first.heap + kSlack &&
                     last.descriptors == first.descriptors;
