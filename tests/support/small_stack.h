@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <stdexcept>
+#include <utility>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define SMALL_STACK_SANITIZED 1
@@ -21,11 +22,11 @@ constexpr size_t kSmallStack = size_t{512} << 10;
 constexpr size_t kSmallStack = size_t{64} << 10;
 #endif
 
-// Runs `work` to its end on a thread with a stack of kSmallStack bytes.
-inline void OnSmallStack(std::function<void()> work) {
+// Runs `work` to its end on a thread with a stack of `bytes` bytes.
+inline void OnStack(size_t bytes, std::function<void()> work) {
   pthread_attr_t attributes;
   pthread_t thread;
-  if (pthread_attr_init(&attributes) != 0 || pthread_attr_setstacksize(&attributes, kSmallStack) != 0 ||
+  if (pthread_attr_init(&attributes) != 0 || pthread_attr_setstacksize(&attributes, bytes) != 0 ||
       pthread_create(
           &thread, &attributes,
           [](void* work_pointer) -> void* {
@@ -38,3 +39,6 @@ inline void OnSmallStack(std::function<void()> work) {
   pthread_join(thread, nullptr);
   pthread_attr_destroy(&attributes);
 }
+
+// The same with a stack of kSmallStack bytes.
+inline void OnSmallStack(std::function<void()> work) { OnStack(kSmallStack, std::move(work)); }
