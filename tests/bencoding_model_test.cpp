@@ -8,179 +8,20 @@
 #include <string_view>
 #include <vector>
 
-#include "core/bencoding.h"
-#include "tests/support/benc_model.h"
+#include "tests/support/benc_decoders.h"
+#include "tests/support/benc_model_text.h"
 #include "tests/support/benc_tree.h"
-#include "tests/support/exact_bytes.h"
 
 namespace {
 
-using core::BencEntity;
-using core::BencodedDict;
-using core::BencodedList;
-using core::BencParser;
-
 using namespace std::string_literals;
 using namespace std::string_view_literals;
-
-constexpr char kElement[] = "a";
-
-// Whether `got` is the tree that the model made.
-bool SameTree(const benc_model::Value& want, BencEntity& got);
-
-bool SameText(const benc_model::Value& want, BencEntity& got) {
-  size_t len = 0;
-  const char* text = static_cast<core::BencEntityMem&>(got).GetString(&len);
-  return got.GetType() == core::BENC_STR && std::string_view(text, len) == want.text && text[len] == '\0';
-}
-
-bool SameList(const benc_model::Value& want, BencEntity& got) {
-  auto& list = static_cast<BencodedList&>(got);
-  if (got.GetType() != core::BENC_LIST || list.GetCount() != want.list.size()) {
-    return false;
-  }
-  for (size_t i = 0; i < want.list.size(); ++i) {
-    if (!SameTree(want.list[i], *list.Get(i))) {
-      return false;
-    }
-  }
-  return true;
-}
-
-// Every key that a terminated name can express is found, and some that are absent are not. A key
-// with a zero byte in it must not answer to the name that ends there.
-bool SameDict(const benc_model::Value& want, BencEntity& got) {
-  if (got.GetType() != core::BENC_DICT) {
-    return false;
-  }
-  auto& dict = static_cast<BencodedDict&>(got);
-  for (const auto& [key, value] : want.dict) {
-    const bool expressible = key.find('\0') == std::string::npos;
-    BencEntity* found = dict.Get(key.c_str());
-    if (expressible ? !found || !SameTree(*value, *found) : (found != nullptr) != want.dict.contains(key.c_str())) {
-      return false;
-    }
-  }
-  return std::ranges::all_of(std::initializer_list<const char*>{"", "a", "?", "0", "aa", "zz"},
-                             [&](const char* key) { return (dict.Get(key) != nullptr) == want.dict.contains(key); });
-}
-
-bool SameTree(const benc_model::Value& want, BencEntity& got) {
-  switch (want.kind) {
-    case benc_model::Kind::kInt:
-      return got.GetType() == core::BENC_INT64 && got.GetInt64(~want.number) == want.number;
-    case benc_model::Kind::kString:
-      return SameText(want, got);
-    case benc_model::Kind::kList:
-      return SameList(want, got);
-    case benc_model::Kind::kDict:
-      return SameDict(want, got);
-    case benc_model::Kind::kNone:
-      break;
-  }
-  return got.GetType() == core::BENC_NONE;
-}
-
-// Copies as the library does, and writes down the keys and strings.
-class RecordingRegime : public BencEntity::AllocRegime {
- public:
-  core::BencArray<char>* NewKey(char* text, int len) override {
-    keys.emplace_back(text, static_cast<size_t>(len));
-    return copying_.NewKey(text, len);
-  }
-  core::BencArray<unsigned char>* NewMem(unsigned char* text, int len) override {
-    strings.emplace_back(reinterpret_cast<char*>(text), static_cast<size_t>(len));
-    return copying_.NewMem(text, len);
-  }
-
-  std::vector<std::string> keys;
-  std::vector<std::string> strings;
-
- private:
-  core::AllocateMemRegime copying_;
-};
-
-// One input, one model result, every way of decoding.
-class Comparison {
- public:
-  explicit Comparison(std::string_view input)
-      : input_(input), in_(input), model_(benc_model::Decode(in_.view(), kElement)) {}
-
-  // What the first disagreeing way of decoding is called; empty when all agree.
-  std::string Disagreement() {
-    std::string failed;
-    const auto check = [&](const char* name, bool (Comparison::*agrees)()) {
-      if (failed.empty() && !((this->*agrees)())) {
-        failed = name;
-      }
-      root_.FreeMembers();
-    };
-    check("Parse", &Comparison::ParseAgrees);
-    check("Parse with an element name", &Comparison::ElementParseAgrees);
-    check("BencEntityIsValid", &Comparison::IsValidAgrees);
-    check("DoParse", &Comparison::DoParseAgrees);
-    check("ParseInPlace", &Comparison::ParseInPlaceAgrees);
-    return failed;
-  }
-
- private:
-  bool Agrees(const unsigned char* end) {
-    const bool same_end = model_.ok ? Offset(end) == model_.end && end != nullptr : end == nullptr;
-    return same_end && (model_.ok ? SameTree(model_.root, root_) : root_.GetType() == core::BENC_NONE);
-  }
-  size_t Offset(const unsigned char* p) const {
-    return reinterpret_cast<uintptr_t>(p) - reinterpret_cast<uintptr_t>(in_.begin());
-  }
-
-  bool ParseAgrees() { return Agrees(BencEntity::Parse(in_.begin(), root_, in_.end())); }
-
-  bool ElementParseAgrees() {
-    unsigned char mark = 0;
-    core::ReturnElementRgn range = {&mark, &mark};
-    if (!Agrees(BencEntity::Parse(in_.begin(), root_, in_.end(), kElement, &range))) {
-      return false;
-    }
-    if (!model_.ok) {
-      return range.start == &mark && range.end == &mark;
-    }
-    const auto same = [&](const unsigned char* got, size_t want) {
-      return want == benc_model::kNowhere ? got == nullptr : got != nullptr && Offset(got) == want;
-    };
-    return same(range.start, model_.element.start) && same(range.end, model_.element.end);
-  }
-
-  bool IsValidAgrees() {
-    const bool valid = core::BencEntityIsValid(in_.data(), in_.size(), &root_);
-    return valid == (model_.ok && model_.end == in_.size()) && Untouched();
-  }
-
-  bool DoParseAgrees() {
-    RecordingRegime regime;
-    BencParser parser(in_.begin(), in_.end());
-    const bool ok = BencEntity::DoParse(root_, &parser, &regime);
-    return ok == model_.ok && Offset(parser.position()) == model_.end && Agrees(ok ? parser.position() : nullptr) &&
-           regime.keys == model_.keys && regime.strings == model_.strings;
-  }
-
-  // Last, because reading the tree writes terminators into the input.
-  bool ParseInPlaceAgrees() {
-    const unsigned char* end = BencEntity::ParseInPlace(in_.data(), root_, in_.end());
-    return Untouched() && Agrees(end);
-  }
-
-  bool Untouched() const { return in_.view() == input_; }
-
-  std::string_view input_;
-  ExactBytes in_;
-  benc_model::Result model_;
-  BencEntity root_;
-};
 
 class BencodingModel : public BencTest {
  protected:
   // Adds a failure and says so. Only the first few inputs are worth reading.
   bool Check(std::string_view input) {
-    const std::string disagreement = Comparison(input).Disagreement();
+    const std::string disagreement = DecodersDisagreement(input);
     if (disagreement.empty()) {
       return true;
     }

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "core/bencoding.h"
-#include "tests/support/benc_model.h"
+#include "tests/support/benc_model_text.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/emitted.h"
 
@@ -210,66 +210,18 @@ TEST_F(EmitterTree, LooseInputBecomesCanonicalAndStaysSo) {
   }
 }
 
-// The value with its keys cut at their zero bytes, entries in the order they had; as bencoding.
-std::string EncodedWithCutKeys(const Value& value) {
-  std::string out;
-  if (value.kind == Kind::kList) {
-    for (const Value& element : value.list) {
-      out += EncodedWithCutKeys(element);
-    }
-    return "l" + out + "e";
-  }
-  if (value.kind != Kind::kDict) {
-    return benc_model::Encode(value);
-  }
-  for (const auto& [key, element] : value.dict) {
-    const std::string cut = key.c_str();
-    out += std::to_string(cut.size()) + ":" + cut + EncodedWithCutKeys(*element);
-  }
-  return "d" + out + "e";
-}
-
 TEST_F(EmitterTree, KeysEndAtTheirZeroBytes) {
   ForEachTree(
       {AnyBytes, AnyBytes},
-      [](const Value& model, const core::BencEntity& root) { EXPECT_EQ(EncodedWithCutKeys(model), Bencoded(root)); },
+      [](const Value& model, const core::BencEntity& root) {
+        EXPECT_EQ(benc_model::EncodeWithCutKeys(model), Bencoded(root));
+      },
       kFewTrees);
-}
-
-// A second reading of the listing's rules.
-void ListInto(std::string& out, const Value& value, const std::string& prefix);
-
-void ListEntry(std::string& out, const Value& value, const std::string& path) {
-  constexpr size_t kMostPath = 63;
-  if (value.kind == Kind::kList || value.kind == Kind::kDict) {
-    ListInto(out, value, (path + ".").substr(0, kMostPath));
-    return;
-  }
-  out += (path + "=").substr(0, kMostPath);
-  if (value.kind == Kind::kInt) {
-    out += std::to_string(value.number);
-  }
-  for (char c : value.text) {
-    out += c == '\n' || c == '\r' || c == '\\' ? "\\" : "";
-    out += c;
-  }
-  out += "\r\n";
-}
-
-void ListInto(std::string& out, const Value& value, const std::string& prefix) {
-  for (size_t i = 0; i < value.list.size(); ++i) {
-    ListEntry(out, value.list[i], prefix + std::to_string(i));
-  }
-  for (const auto& [key, element] : value.dict) {
-    ListEntry(out, *element, prefix + key.c_str());
-  }
 }
 
 TEST_F(EmitterTree, TheListingIsTheModels) {
   ForEachTree({AnyBytes, AnyBytes}, [](const Value& model, const core::BencEntity& root) {
-    std::string want;
-    ListInto(want, model, "");
-    EXPECT_EQ(want, Listed(root));
+    EXPECT_EQ(benc_model::Listing(model), Listed(root));
   });
 }
 

@@ -2,6 +2,8 @@
 
 #include <stdlib.h>
 
+#include <algorithm>
+
 namespace benc_model {
 namespace {
 
@@ -13,72 +15,29 @@ struct Token {
   std::string_view text;
 };
 
-// Follows the tokens in search of the named element.
-class ElementFinder {
- public:
-  ElementFinder(std::string_view input, std::string_view name) : input_(input), name_(name) {}
-
-  void See(const Token& token) {
-    if (range.start != kNowhere && range.end != kNowhere) {
-      return;
-    }
-    const bool wanted =
-        last_string_ != kNowhere && range.start == kNowhere && input_.substr(last_string_).starts_with(name_);
-    switch (token.kind) {
-      case TokenKind::kString:
-        if (wanted) {
-          range = {token.at, token.at + token.text.size()};
-        }
-        last_string_ = token.at;
-        break;
-      case TokenKind::kDict:
-        if (wanted) {
-          range.start = token.at - 1;
-          element_depth_ = depth_;
-        }
-        ++depth_;
-        break;
-      case TokenKind::kList:
-        ++depth_;
-        break;
-      case TokenKind::kEnd:
-        --depth_;
-        if (element_depth_ != 0 && range.start != kNowhere && element_depth_ == depth_ && range.end == kNowhere) {
-          range.end = token.at;
-        }
-        break;
-      default:
-        break;
-    }
-  }
-
-  Range range;
-
- private:
-  std::string_view input_;
-  std::string_view name_;
-  size_t last_string_ = kNowhere;
-  int depth_ = 0;
-  int element_depth_ = 0;
-};
-
 class Decoder {
  public:
-  Decoder(std::string_view input, std::string_view element_name) : input_(input), finder_(input, element_name) {}
+  Decoder(std::string_view input, std::string_view name) : input_(input), name_(name) {}
 
   Result Run() {
     const Token first = Next();
-    const bool container = first.kind == TokenKind::kList || first.kind == TokenKind::kDict;
-    result_.ok = container && Store(first, result_.root);
+    result_.ok = first.kind == TokenKind::kList || first.kind == TokenKind::kDict;
+    if (result_.ok) {
+      Store(first, result_.root);
+    }
+    while (result_.ok && !open_.empty()) {
+      result_.ok = open_.back()->kind == Kind::kList ? ListStep(open_.back()->list) : DictStep(open_.back()->dict);
+    }
     result_.end = position_;
-    result_.element = finder_.range;
     return std::move(result_);
   }
 
  private:
   Token Next() {
     const Token token = Read();
-    finder_.See(token);
+    if (result_.element.start == kNowhere || result_.element.end == kNowhere) {
+      LookForElement(token, result_.element);
+    }
     return token;
   }
 
@@ -98,9 +57,9 @@ class Decoder {
       case 'e':
         return {TokenKind::kEnd, at, {}};
       case 'i': {
-        const size_t e = input_.find('e', at);
-        position_ = e == std::string_view::npos ? input_.size() : e + 1;
-        return {TokenKind::kInt, at, input_.substr(at, e == std::string_view::npos ? e : e - at)};
+        const std::string_view text = input_.substr(at, input_.substr(at).find('e'));
+        position_ = std::min(at + text.size() + 1, input_.size());
+        return {TokenKind::kInt, at, text};
       }
       default:
         return {};
@@ -119,74 +78,104 @@ class Decoder {
     const size_t at = colon + 1;
     const size_t top = UINTPTR_MAX - reinterpret_cast<uintptr_t>(input_.data());
     position_ = len > top - at ? top : at + len;
-    if (position_ > input_.size()) {
-      return {};
-    }
-    return {TokenKind::kString, at, input_.substr(at, len)};
+    return position_ > input_.size() ? Token() : Token{TokenKind::kString, at, input_.substr(at, len)};
   }
 
-  bool Store(const Token& token, Value& out) {
-    switch (token.kind) {
-      case TokenKind::kInt:
-        out.kind = Kind::kInt;
-        out.number = Number(token.text);
-        return true;
-      case TokenKind::kString:
-        out.kind = Kind::kString;
-        out.text = token.text;
-        result_.strings.push_back(out.text);
-        return true;
-      case TokenKind::kList:
-        out.kind = Kind::kList;
-        return FillList(out.list);
-      default:
-        out.kind = Kind::kDict;
-        return FillDict(out.dict);
-    }
-  }
-
-  bool FillList(List& list) {
-    bool after_scalar = false;
-    for (;;) {
-      const Token token = Next();
-      if (token.kind == TokenKind::kEof) {
-        return false;
+  void LookForElement(const Token& token, Range& range) {
+    const bool wanted =
+        last_string_ != kNowhere && range.start == kNowhere && input_.substr(last_string_).starts_with(name_);
+    if (token.kind == TokenKind::kString) {
+      if (wanted) {
+        range = {token.at, token.at + token.text.size()};
       }
-      if (token.kind == TokenKind::kEnd || (token.kind == TokenKind::kError && !after_scalar)) {
-        return true;
+      last_string_ = token.at;
+    } else if (token.kind == TokenKind::kDict || token.kind == TokenKind::kList) {
+      if (wanted && token.kind == TokenKind::kDict) {
+        range.start = token.at - 1;
+        element_depth_ = depth_;
       }
-      after_scalar = token.kind == TokenKind::kInt || token.kind == TokenKind::kString;
-      if (token.kind != TokenKind::kError && !Store(token, list.emplace_back())) {
-        return false;
+      ++depth_;
+    } else if (token.kind == TokenKind::kEnd) {
+      --depth_;
+      if (element_depth_ != 0 && range.start != kNowhere && element_depth_ == depth_) {
+        range.end = token.at;
       }
     }
   }
 
-  bool FillDict(Dict& dict) {
-    for (;;) {
-      const Token key = Next();
-      if (key.kind != TokenKind::kString) {
-        return key.kind == TokenKind::kEnd;
-      }
-      const Token value = Next();
-      if (value.kind == TokenKind::kError || value.kind == TokenKind::kEnd || value.kind == TokenKind::kEof) {
-        return false;
-      }
-      result_.keys.emplace_back(key.text);
-      const auto [entry, is_new] = dict.try_emplace(std::string(key.text), std::make_unique<Value>());
-      if (!is_new || !Store(value, *entry->second)) {
-        return false;
-      }
+  void Store(const Token& token, Value& out) {
+    after_scalar_ = token.kind == TokenKind::kInt || token.kind == TokenKind::kString;
+    if (token.kind == TokenKind::kInt) {
+      out.kind = Kind::kInt;
+      out.number = strtoll(std::string(token.text).c_str(), nullptr, 10);
+    } else if (token.kind == TokenKind::kString) {
+      out.kind = Kind::kString;
+      out.text = token.text;
+      result_.strings.push_back(token.text);
+    } else {
+      out.kind = token.kind == TokenKind::kList ? Kind::kList : Kind::kDict;
+      open_.push_back(&out);
     }
   }
 
-  std::string_view input_;
+  void Close() {
+    open_.pop_back();
+    after_scalar_ = false;
+  }
+
+  // A bad byte is skipped after a scalar and closes the list otherwise.
+  bool ListStep(List& list) {
+    const Token token = Next();
+    if (token.kind == TokenKind::kEnd || (token.kind == TokenKind::kError && !after_scalar_)) {
+      Close();
+    } else if (token.kind == TokenKind::kError) {
+      after_scalar_ = false;
+    } else if (token.kind != TokenKind::kEof) {
+      Store(token, list.emplace_back());
+    }
+    return token.kind != TokenKind::kEof;
+  }
+
+  bool DictStep(Dict& dict) {
+    const Token key = Next();
+    if (key.kind == TokenKind::kEnd) {
+      Close();
+    }
+    if (key.kind != TokenKind::kString) {
+      return key.kind == TokenKind::kEnd;
+    }
+    const Token value = Next();
+    if (value.kind == TokenKind::kError || value.kind == TokenKind::kEnd || value.kind == TokenKind::kEof) {
+      return false;
+    }
+    result_.keys.push_back(key.text);
+    const auto [entry, is_new] = dict.try_emplace(std::string(key.text), std::make_unique<Value>());
+    if (is_new) {
+      Store(value, *entry->second);
+    }
+    return is_new;
+  }
+
+  const std::string_view input_;
+  const std::string_view name_;
   size_t position_ = 0;
-  ElementFinder finder_;
+  std::vector<Value*> open_;
+  bool after_scalar_ = false;
+  size_t last_string_ = kNowhere;
+  int depth_ = 0;
+  int element_depth_ = 0;
   Result result_;
 };
 
-std::string EncodeText(std::string_view text) { return std::to_string(text.size()).append(":").append(text); }
+// Moves what `value` holds to the end of `list`.
+void TakeOut(Value& value, List& list) {
+  for (Value& element : value.list) {
+    list.push_back(std::move(element));
+  }
+  for (auto& [key, element] : value.dict) {
+    list.push_back(std::move(*element));
+  }
+}
 
 }  // namespace
 
@@ -195,31 +184,17 @@ bool KeyLess::operator()(const std::string& a, const std::string& b) const {
   return order != 0 ? order < 0 : a.size() < b.size();
 }
 
-Result Decode(std::string_view input, std::string_view element_name) { return Decoder(input, element_name).Run(); }
-
-int64_t Number(std::string_view text) { return strtoll(std::string(text).c_str(), nullptr, 10); }
-
-std::string Encode(const Value& value) {
-  std::string out;
-  switch (value.kind) {
-    case Kind::kInt:
-      return "i" + std::to_string(value.number) + "e";
-    case Kind::kString:
-      return EncodeText(value.text);
-    case Kind::kList:
-      for (const Value& element : value.list) {
-        out += Encode(element);
-      }
-      return "l" + out + "e";
-    case Kind::kDict:
-      for (const auto& [key, element] : value.dict) {
-        out += EncodeText(key) + Encode(*element);
-      }
-      return "d" + out + "e";
-    case Kind::kNone:
-      break;
+Value::~Value() {
+  List held;
+  for (TakeOut(*this, held); !held.empty();) {
+    Value last = std::move(held.back());
+    held.pop_back();
+    TakeOut(last, held);
+    last.list.clear();
+    last.dict.clear();
   }
-  return out;
 }
+
+Result Decode(std::string_view input, std::string_view element_name) { return Decoder(input, element_name).Run(); }
 
 }  // namespace benc_model

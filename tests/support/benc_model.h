@@ -1,5 +1,5 @@
 // A second reading of the bencoding rules, on standard containers, for comparing the decoder with.
-// Plain and slow; it recurses, so keep the nesting of its inputs shallow.
+// Plain and slow, but at home in any nesting.
 #pragma once
 
 #include <stddef.h>
@@ -25,6 +25,11 @@ using Dict = std::map<std::string, std::unique_ptr<Value>, KeyLess>;
 enum class Kind { kNone, kInt, kString, kList, kDict };
 
 struct Value {
+  Value() = default;
+  Value(Value&&) = default;
+  Value& operator=(Value&&) = default;
+  ~Value();  // not by recursion
+
   Kind kind = Kind::kNone;
   int64_t number = 0;
   std::string text;
@@ -43,17 +48,11 @@ struct Result {
   bool ok = false;
   size_t end = 0;  // offset where the tokenizer stopped; beyond the input after an overrunning string
   Value root;
-  std::vector<std::string> keys;     // in the order in which they were stored, the duplicate included
-  std::vector<std::string> strings;  // string values, in the same order
-  Range element;                     // meaningful when `ok`
+  std::vector<std::string_view> keys;     // in the order in which they were stored, the duplicate included
+  std::vector<std::string_view> strings;  // string values, in the same order; both lie in the input
+  Range element;                          // meaningful when `ok`
 };
 
 Result Decode(std::string_view input, std::string_view element_name);
-
-// What an integer's text stands for.
-int64_t Number(std::string_view text);
-
-// Writes `value` with its keys in ascending order.
-std::string Encode(const Value& value);
 
 }  // namespace benc_model

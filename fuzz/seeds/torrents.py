@@ -82,7 +82,3 @@ FRAGMENTS = {
     "wrapped": b"d18446744073709551617:a1:be",
     "two": b"d1:a0:ed1:b0:e",
 }
-
-SEEDS = {
-    "parse": {**TORRENTS, **FRAGMENTS},
-}
