@@ -30,6 +30,7 @@ if(CMAKE_OBJCXX_COMPILER_ID STREQUAL Clang)
   execute_process(COMMAND g++ -print-file-name=include OUTPUT_VARIABLE gcc_headers OUTPUT_STRIP_TRAILING_WHITESPACE
                   COMMAND_ERROR_IS_FATAL ANY)
   set(objcxx_flags -fobjc-runtime=gcc -idirafter${gcc_headers})
+  target_sources(sorrel_foundation INTERFACE ${PROJECT_SOURCE_DIR}/platform/gnustep/clang_personality.cpp)
 endif()
 target_compile_options(sorrel_foundation INTERFACE
                        $<$<COMPILE_LANGUAGE:OBJCXX>:${gnustep_objc-flags};-std=c++20;${objcxx_flags}>)

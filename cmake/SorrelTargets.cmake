@@ -12,6 +12,13 @@ endif()
 if(SORREL_FUZZERS)
   target_compile_options(sorrel_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
+if(SORREL_COVERAGE)
+  # Counters that are a shared mapping of their file, so that processes which end by a signal count too.
+  set(coverage -fprofile-instr-generate)
+  target_compile_options(sorrel_options INTERFACE ${coverage} -fcoverage-mapping
+                                                  "SHELL:-mllvm -runtime-counter-relocation")
+  target_link_options(sorrel_options INTERFACE ${coverage})
+endif()
 
 # For C++ targets: warnings are errors. Platform headers in Objective-C++ do not survive -Wpedantic.
 add_library(sorrel_warnings INTERFACE)
