@@ -1,5 +1,5 @@
-// Nests of a thousand to ten million containers: what a caller of the decoder gets, and what the
-// importer takes.
+// Nests of a thousand to ten million containers, and lists as long: what a caller of the decoder gets, and
+// what the importer takes.
 #include <gtest/gtest.h>
 
 #include "core/bencoding.h"
@@ -79,6 +79,16 @@ TEST(Nests, AreImportedAsFarAsTheirTreesFitTheBudget) {
       EXPECT_FALSE(Imports(folder, nest));
     }
   }
+}
+
+// The smallest values there are: the decoder takes ten million, the budget for any file half as many.
+TEST(EmptyStrings, AreImportedByTheMillion) {
+  constexpr size_t kMany = HOSTILE_DIVISOR <= 4 ? 10'000'000 : 100'000;
+  const TempFolder folder;
+  const std::string list = "l" + Repeat("0:", kMany) + "e";
+  EXPECT_TRUE(Decodes(list));
+  EXPECT_EQ(kMany < 10'000'000, Imports(folder, TorrentWith("1:a" + list)));
+  EXPECT_TRUE(Imports(folder, TorrentWith("1:al" + Repeat("0:", kMany / 2) + "e")));
 }
 
 // A refusal is cheap: it comes before the tree is built.
