@@ -7,24 +7,13 @@
 #include "fuzz/fuzz_check.h"
 #include "tests/support/benc_model.h"
 #include "tests/support/benc_same.h"
+#include "tests/support/counting_parser.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/test_host.h"
 
 namespace {
 
 using core::BencEntity;
-
-class CountingParser : public core::BencParser {
- public:
-  using BencParser::BencParser;
-
-  PARSE_T ParseNext(const unsigned char** text, size_t* len) override {
-    ++tokens;
-    return BencParser::ParseNext(text, len);
-  }
-
-  size_t tokens = 0;
-};
 
 // By address: after a string that overran the input the position lies beyond its end.
 size_t Offset(const ExactBytes& in, const unsigned char* position) {

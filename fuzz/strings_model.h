@@ -9,22 +9,15 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/text_model.h"
+
 namespace strings_model {
 
 using Place = std::optional<size_t>;
 
-template <class String>
-String Folded(String text) {
-  for (auto& unit : text) {
-    unit = unit >= 'A' && unit <= 'Z' ? static_cast<typename String::value_type>(unit - 'A' + 'a') : unit;
-  }
-  return text;
-}
+using text_model::Begins;
+using text_model::Folded;
 
-template <class String>
-bool Begins(const String& text, const String& prefix) {
-  return text.substr(0, prefix.size()) == prefix;
-}
 template <class String>
 bool Ends(const String& text, const String& suffix) {
   return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;

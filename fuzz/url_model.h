@@ -7,21 +7,12 @@
 #include <optional>
 #include <string>
 
+#include "fuzz/text_model.h"
+
 namespace url_model {
 
-// With ASCII capital letters as small ones.
-template <class String>
-String Folded(String text) {
-  for (auto& unit : text) {
-    unit = unit >= 'A' && unit <= 'Z' ? static_cast<typename String::value_type>(unit - 'A' + 'a') : unit;
-  }
-  return text;
-}
-
-template <class String>
-bool Begins(const String& text, const String& prefix) {
-  return text.compare(0, prefix.size(), prefix) == 0;
-}
+using text_model::Begins;
+using text_model::Folded;
 
 inline bool IsOkUrl(const std::string& url) {
   const std::string folded = Folded(url);

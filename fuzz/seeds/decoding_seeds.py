@@ -2,7 +2,7 @@
 
 import random
 
-import torrents
+import torrent_files
 
 INPUTS = {
     "empty": b"",
@@ -48,8 +48,8 @@ INPUTS = {
     "every_ascii_character": b"l128:" + bytes(range(128)) + b"e",
     "long_key": b"d70:" + b"k" * 70 + b"d1:ai1eee",
 }
-TORRENTS = {f"torrent_{name}": data for name, data in torrents.TORRENTS.items()}
-FRAGMENTS = {f"fragment_{name}": data for name, data in torrents.FRAGMENTS.items()}
+TORRENTS = {f"torrent_{name}": data for name, data in torrent_files.TORRENTS.items()}
+FRAGMENTS = {f"fragment_{name}": data for name, data in torrent_files.FRAGMENTS.items()}
 
 
 def named(names):

@@ -2,7 +2,7 @@
 
 import random
 
-from torrents import FRAGMENTS, TORRENTS, torrent
+from torrent_files import FRAGMENTS, TORRENTS, torrent
 
 
 def choices(kind, count, first):

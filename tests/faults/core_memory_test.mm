@@ -16,15 +16,16 @@ void PrintTo(const Case& torrent, std::ostream* out) { *out << torrent.name; }
 class CoreMemory : public FaultyImport, public ::testing::WithParamInterface<Case> {
  protected:
   CoreMemory() : path_(temp_.Write("a.torrent", GetParam().bytes)) {
-    expected_ = ImportFromScratch(0, 0);
-    attempts_ = AllocationAttempts();
+    expected_ = ImportFromScratch(1, 0);
+    attempts_ = test_host::AllocationAttempts();
   }
-  ~CoreMemory() override { FailAllocations(0, 0); }
+  ~CoreMemory() override { test_host::ResetPlatformMemory(); }
 
   // Imports as a thread does for the first time, when `count` attempts fail from the `first` on.
   std::optional<Attributes> ImportFromScratch(long first, long count) const {
     core::FreeTLS(core::GetTLS());
-    FailAllocations(first, count);
+    test_host::ResetPlatformMemory();
+    test_host::FailAllocations(count, first);
     return Import(path_);
   }
 
@@ -43,7 +44,7 @@ TEST_P(CoreMemory, GivesTheSameWhenOneOrTwoTriesFail) {
   for (long first = 1; first <= attempts_; first++) {
     for (const long count : {1, 2}) {
       EXPECT_EQ(ImportFromScratch(first, count), expected_) << first << " " << count;
-      EXPECT_EQ(AllocationAttempts(), attempts_ + count) << first;
+      EXPECT_EQ(test_host::AllocationAttempts(), attempts_ + count) << first;
       EXPECT_EQ(LiveBlocks(), before) << first;
     }
   }
@@ -53,7 +54,7 @@ TEST_P(CoreMemory, StopsWithOneLineWhenAllThreeTriesFail) {
   for (long first = 1; first <= attempts_; first++) {
     SCOPED_TRACE(first);
     ImportFromScratch(first, 1);
-    const int line = RefusedAResize() ? 258 : 216;
+    const int line = test_host::RefusedAResize() ? 258 : 216;
     EXPECT_FATAL(ImportFromScratch(first, 3), "core/mem1", line);
   }
 }

@@ -8,13 +8,15 @@
 
 #include "SpotlightImporter/GetMetadataForFile.h"
 #include "core/host.h"
-#include "tests/faults/core_memory.h"
 #include "tests/faults/system_calls.h"
 #include "tests/plugin/foundation_test.h"
 #include "tests/plugin/torrent_bytes.h"
+#include "tests/support/platform_memory.h"
 #include "tests/support/temp_folder.h"
 
 namespace faults {
+
+using test_host::LiveBlocks;
 
 // Every key with the description of its value.
 using Attributes = std::map<std::string, std::string>;

@@ -11,8 +11,8 @@
 
 #include "SpotlightImporter/GetMetadataForFile.h"
 #include "core/host.h"
-#include "tests/faults/core_memory.h"
 #include "tests/faults/imports.h"
+#include "tests/support/platform_memory.h"
 #include "tests/support/temp_folder.h"
 
 namespace {
@@ -103,12 +103,12 @@ int Run(long (*imports)(const std::vector<Input>&, long), long count) {
   const TempFolder folder;
   const std::vector<Input> inputs = MakeInputs(folder);
   long wrong = imports(inputs, count / 4);  // stacks, pools and caches are there after this
-  const long blocks = faults::LiveBlocks();
+  const long blocks = test_host::LiveBlocks();
   const int descriptor = NextDescriptor();
   const long pages = ResidentPages();
   wrong += imports(inputs, count);
   int faults = Complain("wrong imports", 0, wrong, 0);
-  faults += Complain("blocks", blocks, faults::LiveBlocks(), 0);
+  faults += Complain("blocks", blocks, test_host::LiveBlocks(), 0);
   faults += Complain("descriptors", descriptor, NextDescriptor(), 0);
   faults += Complain("resident pages", pages, ResidentPages(), kSlackPages);
   for (const Input& input : inputs) {

@@ -5,29 +5,17 @@
 
 #include "QuickLookPlugin/tree_budget.h"
 #include "core/bencoding.h"
-#include "core/bencparser.h"
 #include "core/host.h"
 #include "tests/hostile/counted_memory.h"
 #include "tests/hostile/importing.h"
 #include "tests/hostile/shapes.h"
+#include "tests/support/counting_parser.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/small_stack.h"
 #include "tests/support/temp_folder.h"
 
 namespace hostile {
 namespace {
-
-// A tokenizer that counts.
-class CountingParser : public core::BencParser {
- public:
-  using BencParser::BencParser;
-  PARSE_T ParseNext(const unsigned char** text, size_t* len) override {
-    ++tokens;
-    return BencParser::ParseNext(text, len);
-  }
-
-  size_t tokens = 0;
-};
 
 // What one decode and the freeing of its tree came to.
 struct Decoding {

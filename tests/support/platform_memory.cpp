@@ -14,14 +14,18 @@ constexpr size_t kFilledBytes = 4096;  // enough to show, and cheap for huge blo
 
 // Relaxed throughout: an allocation must not order the threads that a race detector watches.
 constexpr auto kRelaxed = std::memory_order_relaxed;
-std::atomic<int> failures_left{0};
+std::atomic<long> first_refused{0};
+std::atomic<long> refused_count{0};
+std::atomic<bool> refused_a_resize{false};
 std::atomic<long> attempts{0};
 std::atomic<long> live_blocks{0};
 
 // Counts an attempt to get `n` bytes and says whether it may reach the platform.
-bool Admit(size_t n) {
-  attempts.fetch_add(1, kRelaxed);
-  if (failures_left.load(kRelaxed) > 0 && failures_left.fetch_sub(1, kRelaxed) > 0) {
+bool Admit(size_t n, bool resize) {
+  const long attempt = attempts.fetch_add(1, kRelaxed) + 1;
+  const long first = first_refused.load(kRelaxed);
+  if (attempt >= first && attempt < first + refused_count.load(kRelaxed)) {
+    refused_a_resize.store(resize, kRelaxed);
     return false;
   }
   return n < kTooLarge;
@@ -29,19 +33,24 @@ bool Admit(size_t n) {
 
 }  // namespace
 
-void FailAllocations(int n) { failures_left.store(n, kRelaxed); }
+void FailAllocations(long count, long first) {
+  first_refused.store(attempts.load(kRelaxed) + first, kRelaxed);
+  refused_count.store(count, kRelaxed);
+}
+
+bool RefusedAResize() { return refused_a_resize.load(kRelaxed); }
 
 long AllocationAttempts() { return attempts.load(kRelaxed); }
 
 long LiveBlocks() { return live_blocks.load(kRelaxed); }
 
 void ResetPlatformMemory() {
-  failures_left.store(0, kRelaxed);
+  refused_count.store(0, kRelaxed);
   attempts.store(0, kRelaxed);
 }
 
 void* PlatformMalloc(size_t n) {
-  void* p = Admit(n) ? malloc(n) : nullptr;
+  void* p = Admit(n, false) ? malloc(n) : nullptr;
   if (p != nullptr) {
     live_blocks.fetch_add(1, kRelaxed);
     memset(p, 0xA5, std::min(n, kFilledBytes));
@@ -49,7 +58,7 @@ void* PlatformMalloc(size_t n) {
   return p;
 }
 
-void* PlatformRealloc(void* p, size_t n) { return Admit(n) ? realloc(p, n) : nullptr; }
+void* PlatformRealloc(void* p, size_t n) { return Admit(n, true) ? realloc(p, n) : nullptr; }
 
 void PlatformFree(void* p) {
   if (p != nullptr) {

@@ -6,8 +6,12 @@
 
 namespace test_host {
 
-// Fails the next `n` allocations and reallocations that the library asks the platform for.
-void FailAllocations(int n);
+// Fails `count` of the allocations and reallocations that the library asks the platform for, from the
+// `first` one after this call on. The tries of one allocation count as one each.
+void FailAllocations(long count, long first = 1);
+
+// Whether the attempt that was failed last was to resize a block.
+bool RefusedAResize();
 
 // Allocations and reallocations that the library asked the platform for since the last
 // ResetPlatformMemory, failed ones included.
