@@ -48,13 +48,14 @@ size_t NarrowByTests(char* to, const wchar_t** from, size_t room, mbstate_t* sta
 }
 
 // What the tests put in the place of a function that the library calls; null when they do not. As in a
-// program that they are linked into, they may do so with all that is written in C++.
+// program that they are linked into, they may do so with all that is written in C++; of the C library, with
+// what means the same on both systems.
 void* ReplacedBy(const Image& tests, const std::string& symbol) {
   if (symbol == "_wcsrtombs" && tests.Local(symbol)) {
     tests_wcsrtombs = reinterpret_cast<decltype(tests_wcsrtombs)>(tests.Local(symbol));
     return reinterpret_cast<void*>(NarrowByTests);
   }
-  return symbol.starts_with("__Z") ? tests.Local(symbol) : nullptr;
+  return symbol.starts_with("__Z") || symbol == "_towlower" ? tests.Local(symbol) : nullptr;
 }
 
 // What the link left open are the library's host and its platform memory, which are part of this program.
