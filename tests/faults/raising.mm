@@ -39,6 +39,8 @@ void RaiseIfDue() {
   }
 }
 
+using Implementation = void* (*)(id, SEL, void*, void*, void*, double);
+
 constexpr size_t kSlots = 128;
 std::array<IMP, kSlots> originals;
 size_t slots_used = 0;
@@ -48,12 +50,13 @@ template <size_t slot>
 void* Controlled(id self, SEL selector, void* a, void* b, void* c, double d) {
   RaiseIfDue();
   const Inside inside;
-  return reinterpret_cast<void* (*)(id, SEL, void*, void*, void*, double)>(originals[slot])(self, selector, a, b, c, d);
+  auto* original = reinterpret_cast<Implementation>(reinterpret_cast<void*>(originals[slot]));
+  return original(self, selector, a, b, c, d);
 }
 
 template <size_t... slots>
 constexpr auto Wrappers(std::index_sequence<slots...>) {
-  return std::array<void* (*)(id, SEL, void*, void*, void*, double), kSlots>{Controlled<slots>...};
+  return std::array<Implementation, kSlots>{Controlled<slots>...};
 }
 
 constexpr auto kWrappers = Wrappers(std::make_index_sequence<kSlots>());
@@ -68,7 +71,7 @@ void ControlMethod(Class kind, SEL selector) {
         throw std::length_error("too many methods to control");
       }
       originals[slots_used] = method_getImplementation(methods[i]);
-      method_setImplementation(methods[i], reinterpret_cast<IMP>(kWrappers[slots_used]));
+      method_setImplementation(methods[i], reinterpret_cast<IMP>(reinterpret_cast<void*>(kWrappers[slots_used])));
       ++slots_used;
     }
   }
