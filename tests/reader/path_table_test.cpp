@@ -164,4 +164,25 @@ TEST_F(PathTableTest, AgreesWithAMapUnderRandomOperations) {
   EXPECT_EQ(order, Keys());
 }
 
+TEST_F(PathTableTest, GrowsOnlyWhenRoomIsAskedForThatItLacks) {
+  table_.Reserve(100);
+  Add(1, a_);
+  const PathEntry* before = table_.entries;
+  const size_t capacity = table_.capacity;
+  EXPECT_GE(capacity, size_t{100});
+  table_.Reserve(capacity);
+  EXPECT_EQ(before, table_.entries);
+  EXPECT_EQ(capacity, table_.capacity);
+  table_.Reserve(capacity + 1);
+  EXPECT_GT(table_.capacity, capacity);
+  EXPECT_NE(nullptr, Find(1, a_));
+}
+
+TEST_F(PathTableTest, CompactingWithoutGapsMovesNothing) {
+  Add(1, a_);
+  const PathEntry* entry = Add(2, b_);
+  table_.Compact();
+  EXPECT_EQ(entry, Find(2, b_));
+}
+
 }  // namespace
