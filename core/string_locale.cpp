@@ -41,8 +41,12 @@ char* NarrowNew(const wchar_t* s) {
     if (len == kFailed) {
       return nullptr;
     }
-    char* text = AllocString<char>(len);
-    if (Narrow(s, text, len + 1) == len) {
+    // Some C libraries look at no more units than there is room for bytes, and stop the process when those that
+    // they look at have none, as characters of language tags. With room for a byte each they see the end.
+    const size_t units = wcslen(s);
+    const size_t room = len > units ? len : units;
+    char* text = AllocString<char>(room);
+    if (Narrow(s, text, room + 1) == len) {
       text[len] = 0;
       return text;
     }

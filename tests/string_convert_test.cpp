@@ -127,6 +127,15 @@ TEST_F(StringConversion, TextThatCannotBeWidenedIsAnEmptyTextOfItsOwn) {
   EXPECT_EQ(0u, wide.size());
 }
 
+// Language tags, which some C libraries drop: the text around them is all that is left.
+TEST_F(StringConversion, CharactersWithoutBytesDoNoHarm) {
+  const ScopedLocale locale("C");
+  ASSERT_TRUE(locale.ok());
+  for (const wchar_t* text : {L"\U000E0000\U000E0000", L"\U000E0041\U000E0041\U000E0041b"}) {
+    EXPECT_FALSE(IsNull(core::tstr_to_string(text)));
+  }
+}
+
 TEST_F(StringConversion, NullStringsReadAsEmpty) {
   const WString wide = core::to_tstring(String());
   EXPECT_NE(WString().c_str(), wide.c_str());
