@@ -50,6 +50,7 @@ struct BencArray : LList<T>, Record {
   explicit BencArray(BencArray* other) {
     if (other->embedded) {
       Assign(other->begin(), other->size());
+      other->Clear();
       return;
     }
     this->Swap(*other);

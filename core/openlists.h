@@ -50,13 +50,15 @@ class OpenLists {
   // Leaves the list with storage for exactly its elements and returns its record, which may be a new
   // one.
   BencListRecord* Close(BencListRecord* list, RecordArena& arena) {
-    if (list->embedded && list->capacity == kPresize) {
+    if (list->embedded && list->origin() == kSingle) {  // as Open() made it
       BencListRecord* exact = MakeExact(*list, arena);
       Keep(list);
       return exact;
     }
-    if (!list->embedded && list->count != 0 && list->size() != list->capacity) {
-      list->data = static_cast<unsigned char*>(MyRealloc(list->data, list->size() * sizeof(BencEntity)));
+    if (list->count != 0 && list->size() != list->capacity) {
+      if (!list->embedded) {
+        list->data = static_cast<unsigned char*>(MyRealloc(list->data, list->size() * sizeof(BencEntity)));
+      }
       list->capacity = list->size();
     }
     return list;

@@ -8,6 +8,7 @@
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/fatal.h"
+#include "tests/support/repeat.h"
 #include "tests/support/small_stack.h"
 
 namespace {
@@ -370,18 +371,6 @@ TEST_F(BencodingCopy, ALargeDictionaryKeepsItsOrderAndIsBalanced) {
   EXPECT_EQ(Listing(source), Listing(copy));
   EXPECT_EQ(source.size(), copy.size());
   copy.begin().current()->VerifyDepth();
-}
-
-std::string Nest(std::string_view open, std::string_view core, std::string_view close, size_t depth) {
-  std::string text;
-  for (size_t i = 0; i < depth; ++i) {
-    text += open;
-  }
-  text += core;
-  for (size_t i = 0; i < depth; ++i) {
-    text += close;
-  }
-  return text;
 }
 
 void CopyOnASmallStack(const std::string& input) {

@@ -13,6 +13,7 @@
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/exact_bytes.h"
+#include "tests/support/repeat.h"
 #include "tests/support/small_stack.h"
 #include "tests/support/test_host.h"
 
@@ -27,20 +28,6 @@ using namespace std::string_literals;
 
 constexpr ptrdiff_t kDeep = 1'000'000;
 constexpr ptrdiff_t kMany = 100'000;
-
-std::string Repeat(std::string_view text, ptrdiff_t times) {
-  std::string out;
-  out.reserve(text.size() * static_cast<size_t>(times));
-  while (times-- > 0) {
-    out += text;
-  }
-  return out;
-}
-
-// `depth` times `open`, then `core`, then as many times `close`.
-std::string Nest(std::string_view open, std::string_view core, std::string_view close, ptrdiff_t depth) {
-  return Repeat(open, depth).append(core).append(Repeat(close, depth));
-}
 
 const unsigned char* ParseCopying(ExactBytes& in, BencEntity& root) {
   return BencEntity::Parse(in.begin(), root, in.end());

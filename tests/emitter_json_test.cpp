@@ -16,6 +16,7 @@
 #include "tests/support/emitted.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
+#include "tests/support/repeat.h"
 #include "tests/support/small_stack.h"
 
 namespace {

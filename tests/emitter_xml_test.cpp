@@ -16,6 +16,7 @@
 #include "tests/support/benc_tree.h"
 #include "tests/support/emitted.h"
 #include "tests/support/fatal.h"
+#include "tests/support/repeat.h"
 #include "tests/support/small_stack.h"
 #include "tests/support/stack_limit.h"
 

@@ -13,6 +13,7 @@
 #include "core/bencoding.h"
 #include "tests/hostile/shapes.h"
 #include "tests/hostile/thread_time.h"
+#include "tests/support/repeat.h"
 #include "tests/support/small_stack.h"
 #include "tests/support/temp_folder.h"
 

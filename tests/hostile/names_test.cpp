@@ -8,6 +8,7 @@
 #include "tests/hostile/importing.h"
 #include "tests/hostile/shapes.h"
 #include "tests/reader/encoded.h"
+#include "tests/support/repeat.h"
 #include "tests/support/scoped_locale.h"
 #include "tests/support/small_stack.h"
 #include "tests/support/temp_folder.h"

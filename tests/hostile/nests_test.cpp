@@ -7,6 +7,7 @@
 #include "tests/hostile/importing.h"
 #include "tests/hostile/shapes.h"
 #include "tests/support/exact_bytes.h"
+#include "tests/support/repeat.h"
 #include "tests/support/small_stack.h"
 #include "tests/support/temp_folder.h"
 

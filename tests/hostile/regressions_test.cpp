@@ -12,6 +12,7 @@
 #include "tests/reader/encoded.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/page_end.h"
+#include "tests/support/repeat.h"
 #include "tests/support/small_stack.h"
 #include "tests/support/temp_folder.h"
 

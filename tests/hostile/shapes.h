@@ -35,11 +35,6 @@ std::span<const Shape> TextShapes();
 // The shapes of many files and of long paths.
 std::span<const Shape> FileShapes();
 
-std::string Repeat(std::string_view text, size_t times);
-
-// `depth` times `open`, then `core`, then as many times `close`.
-std::string Nest(std::string_view open, std::string_view core, std::string_view close, size_t depth);
-
 // A usable torrent of one file of one byte with more entries, encoded, in its root.
 std::string TorrentWith(std::string_view root_entries);
 

@@ -2,6 +2,7 @@
 
 #include "tests/hostile/shapes.h"
 #include "tests/reader/encoded.h"
+#include "tests/support/repeat.h"
 
 namespace hostile {
 

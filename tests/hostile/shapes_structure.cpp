@@ -1,20 +1,8 @@
 #include "tests/hostile/shapes.h"
 #include "tests/reader/encoded.h"
+#include "tests/support/repeat.h"
 
 namespace hostile {
-
-std::string Repeat(std::string_view text, size_t times) {
-  std::string out;
-  out.reserve(text.size() * times);
-  while (times-- > 0) {
-    out += text;
-  }
-  return out;
-}
-
-std::string Nest(std::string_view open, std::string_view core, std::string_view close, size_t depth) {
-  return Repeat(open, depth).append(core).append(Repeat(close, depth));
-}
 
 std::string TorrentWith(std::string_view root_entries) {
   return std::string("d").append(root_entries) +

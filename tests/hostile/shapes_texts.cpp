@@ -1,5 +1,6 @@
 #include "tests/hostile/shapes.h"
 #include "tests/reader/encoded.h"
+#include "tests/support/repeat.h"
 
 namespace hostile {
 

@@ -63,14 +63,6 @@ struct OwnedString : core::BencEntityMem {
   ~OwnedString() { FreeMembers(); }
 };
 
-inline std::string Repeat(std::string_view text, size_t times) {
-  std::string out;
-  while (times-- > 0) {
-    out += text;
-  }
-  return out;
-}
-
 // A string of that text, bencoded.
 inline std::string BencodedText(std::string_view text) { return std::to_string(text.size()).append(":").append(text); }
 
