@@ -28,13 +28,13 @@ bool IsLeftOut(const wchar_t* units, size_t count) {
   return count == 0 || (count == 1 && units[0] == L'.') || (count == 2 && units[0] == L'.' && units[1] == L'.');
 }
 
-// Decodes one component into `dst`, which has room for `len` units, and returns their number. Valid
-// UTF-8, which both UTF-8 code pages decode alike, needs no block of its own.
+// Decodes one component into `dst`, which has room for `len` units, and returns their number: no byte
+// becomes more than one. Valid UTF-8, which both UTF-8 code pages decode alike, needs no block of its own.
 size_t DecodeComponent(int code_page, const char* bytes, size_t len, wchar_t* dst) {
   if (code_page == core::kCodePageUtf8 || code_page == core::kCodePageUtf8OrLocale) {
     bool invalid = false;
     const int count = core::DecodeUtf8(bytes, len, dst, len, &invalid, nullptr);
-    if (!invalid && count >= 0) {
+    if (!invalid) {
       return static_cast<size_t>(count);
     }
   }

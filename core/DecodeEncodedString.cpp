@@ -58,12 +58,9 @@ Character ThreeBytes(const unsigned char* p) {
 
 Character FourBytes(const unsigned char* p) {
   // On purpose: the second byte does not enter and the last one enters twice, with its sign. The
-  // units that come out are relied upon as they are.
+  // units that come out are relied upon as they are: always two, the value never has fewer than 26 bits.
   const uint32_t last = Widened(p[3]);
   const uint32_t value = Widened(p[0]) << 18 ^ last << 12 ^ Widened(p[2]) << 6 ^ last ^ 0x3C82080u;
-  if (value <= 0xFFFF) {
-    return Single(4, value, true);
-  }
   return {4, 2, {(value - 0x10000) >> 10 | 0xD800, (value & 0x3FF) | 0xDC00}, false};
 }
 

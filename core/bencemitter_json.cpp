@@ -65,7 +65,7 @@ constexpr char kHex = 'u';
 
 struct JsonEscapes {
   char of[128];
-  constexpr JsonEscapes() : of() {
+  consteval JsonEscapes() : of() {
     for (size_t c = 0; c < 32; ++c) {
       of[c] = kHex;
     }
@@ -78,7 +78,7 @@ struct JsonEscapes {
     Set('/', '/');
     Set('\\', '\\');
   }
-  constexpr void Set(char c, char letter) { of[static_cast<unsigned char>(c)] = letter; }
+  consteval void Set(char c, char letter) { of[static_cast<unsigned char>(c)] = letter; }
 };
 constexpr JsonEscapes kEscapes;
 

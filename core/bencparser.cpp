@@ -87,7 +87,7 @@ IBencParser::PARSE_T BencParserElement::ParseNext(const unsigned char** text, si
       break;
     case PARSE_END:
       depth_ = Shallower(depth_);
-      if (element_depth_ != 0 && element_start_ && element_depth_ == depth_) {
+      if (element_depth_ != 0 && element_depth_ == depth_) {
         element_end_ = const_cast<unsigned char*>(*text);
       }
       break;

@@ -10,7 +10,7 @@ namespace core {
 // "00" to "99", one behind the other.
 struct DigitPairs {
   char text[200];
-  constexpr DigitPairs() : text() {
+  consteval DigitPairs() : text() {
     for (size_t i = 0; i < 100; ++i) {
       text[2 * i] = static_cast<char>('0' + i / 10);
       text[2 * i + 1] = static_cast<char>('0' + i % 10);

@@ -18,7 +18,7 @@ struct ReversedBytes {
   unsigned char of[256];
 };
 
-constexpr ReversedBytes ReverseEveryByte() {
+consteval ReversedBytes ReverseEveryByte() {
   ReversedBytes reversed{};
   for (int byte = 0; byte < 256; ++byte) {
     int bits = 0;

@@ -241,6 +241,13 @@ TEST(FormatterUrl, EncodedTextMustStayBelowHalfTheStack) {
   EXPECT_FATAL(core::fmt_urlencoded(out, text.data(), most + 1), "core/strfmt", 431);
 }
 
+TEST(FormatterUrl, LengthsThatNoMemoryHasAreTooLong) {
+  Counter out(UINT64_MAX);
+  for (size_t len : {core::GetMaxStackSize(), SIZE_MAX / 3 + 2, SIZE_MAX}) {  // three times the second is 1
+    EXPECT_FATAL(core::fmt_urlencoded(out, "", len), "core/strfmt", 431);
+  }
+}
+
 TEST(FormatterUrl, EncodedTextOfExactlyHalfTheStackIsTooLong) {
   testing::GTEST_FLAG(death_test_style) = "threadsafe";  // the limit is read once in a process
   const std::string text(100000, '/');

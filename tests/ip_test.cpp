@@ -148,6 +148,16 @@ TEST(ParseIpV6, GivesThePlatformsBytes) {
   EXPECT_EQ(0, memcmp(&expected, &address, 16));
 }
 
+TEST(ParseIpV6, CallersMayTakeTheAddressAlone) {
+  in6_addr expected;
+  ASSERT_EQ(1, inet_pton(AF_INET6, "::1", &expected));
+  const in6_addr parsed = parse_ip_v6("::1", nullptr);
+  EXPECT_EQ(0, memcmp(&expected, &parsed, 16));
+  const in6_addr failed = parse_ip_v6("::g", nullptr);
+  expected = {};
+  EXPECT_EQ(0, memcmp(&expected, &failed, 16));
+}
+
 TEST(ParseIpV6, FailureIsAllZero) {
   const in6_addr zero = {};
   for (const char* text :

@@ -325,5 +325,13 @@ TEST_F(MapNode, InsertingIntoADeepTreeRunsOnASmallStack) {
   EXPECT_EQ(kLevels + 1, expected);
 }
 
+// The head of a map is such a node. It has no key.
+TEST(BareNode, IsNeverAskedForAKey) {
+  const NodeBase node;
+  EXPECT_FATAL_ANY_LINE(static_cast<void>(node.isLessThan(&node, &node)), "core/templates");
+  EXPECT_FATAL_ANY_LINE(static_cast<void>(node.getData()), "core/templates");
+  EXPECT_FATAL_ANY_LINE(static_cast<void>(node.newNode(nullptr)), "core/templates");
+}
+
 }  // namespace
 }  // namespace core

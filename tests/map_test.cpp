@@ -330,6 +330,17 @@ TEST(MapIterator, StartsAtItsNodeOrTheEnd) {
   EXPECT_TRUE(MapPrivate::ConstIterator(&end, nullptr).AtEnd());
 }
 
+TEST(MapIterator, StaysAtTheEnd) {
+  const auto map = Filled({1});
+  MapPrivate::ConstIterator it = map->end();
+  EXPECT_TRUE((++it).AtEnd());
+  EXPECT_TRUE((it++).AtEnd());
+  EXPECT_EQ(map->end().current(), it.current());
+  it = map->begin();
+  EXPECT_EQ(map->begin().current(), (it++).current());
+  EXPECT_TRUE(it.AtEnd());
+}
+
 TEST(MapIterator, EqualityLooksAtTheCurrentNodeOnly) {
   MapPrivate::NodeBase a;
   MapPrivate::NodeBase b;
