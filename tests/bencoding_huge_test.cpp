@@ -13,7 +13,6 @@
 #include "tests/support/fatal.h"
 #include "tests/support/huge_text.h"
 #include "tests/support/repeating_memory.h"
-#include "tests/support/small_stack.h"
 
 namespace test_host {
 
@@ -103,17 +102,7 @@ TEST_F(HugeStrings, SerializeWritesThemWhole) {
   MyFree(text);
 }
 
-// One byte at a time: too long a way for a sanitizer.
-class HugeStringsByteByByte : public HugeStrings {
- protected:
-  void SetUp() override {
-#ifdef SMALL_STACK_SANITIZED
-    GTEST_SKIP() << "takes a sanitizer too long";
-#endif
-  }
-};
-
-TEST_F(HugeStringsByteByByte, JsonQuotesThemWhole) {
+TEST_F(HugeStrings, JsonQuotesThemWhole) {
   Owned<BencEntityMem> value;
   Fill(value);
   size_t len = 0;
@@ -124,7 +113,7 @@ TEST_F(HugeStringsByteByByte, JsonQuotesThemWhole) {
   MyFree(text);
 }
 
-TEST_F(HugeStringsByteByByte, TheListingHoldsThemWhole) {
+TEST_F(HugeStrings, TheListingHoldsThemWhole) {
   Owned<BencEntityMem> value;
   Fill(value);
   size_t len = 0;

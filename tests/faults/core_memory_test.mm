@@ -65,7 +65,25 @@ TEST_P(CoreMemory, RefusesAFileForWhichThereIsNoBlock) {
   const int descriptor = NextDescriptor();
   const size_t room = GetParam().bytes.size() + 1;
   int refused = 0;
-  Calls().refuse_new_block = [&](size_t n) { return n == room && ++refused > 0; };
+  Calls().refuse_block = [&](const void* block, size_t n) { return !block && n == room && ++refused > 0; };
+  EXPECT_EQ(Import(path_), std::nullopt);
+  EXPECT_EQ(refused, 1);
+  EXPECT_EQ(LiveBlocks(), before);
+  EXPECT_EQ(NextDescriptor(), descriptor);
+}
+
+// A file that turns out longer than its size needs a larger block, even when all that is missing is its end.
+TEST_P(CoreMemory, RefusesAFileForWhichThereIsNoLargerBlock) {
+  const long before = LiveBlocks();
+  const int descriptor = NextDescriptor();
+  const size_t bytes = GetParam().bytes.size();
+  Calls().fstat = [bytes](int fd, struct stat* status) {
+    const int result = RealFstat(fd, status);
+    status->st_size = static_cast<off_t>(bytes - 1);
+    return result;
+  };
+  int refused = 0;
+  Calls().refuse_block = [&](const void* block, size_t n) { return block && n == 2 * bytes && ++refused > 0; };
   EXPECT_EQ(Import(path_), std::nullopt);
   EXPECT_EQ(refused, 1);
   EXPECT_EQ(LiveBlocks(), before);

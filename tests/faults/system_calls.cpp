@@ -57,6 +57,6 @@ size_t __wrap_mbsnrtowcs(wchar_t* dst, const char** src, size_t bytes, size_t ro
 }
 
 void* __wrap_realloc(void* block, size_t n) {
-  const bool refused = !block && faults::Calls().refuse_new_block && faults::Calls().refuse_new_block(n);
+  const bool refused = faults::Calls().refuse_block && faults::Calls().refuse_block(block, n);
   return refused ? nullptr : __real_realloc(block, n);
 }

@@ -17,7 +17,7 @@ struct SystemCalls {
   std::function<int(int fd, struct stat* status)> fstat;
   std::function<ssize_t(int fd, void* dst, size_t room)> read;
   std::function<size_t(wchar_t* dst, const char** src, size_t bytes, size_t room)> mbsnrtowcs;
-  std::function<bool(size_t n)> refuse_new_block;  // of realloc without a block, whoever asks
+  std::function<bool(const void* block, size_t n)> refuse_block;  // of realloc, whoever asks
 };
 
 // The calls as they are now. One thread at a time.

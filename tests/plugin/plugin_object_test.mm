@@ -28,6 +28,10 @@ SeenImport seen;
 std::atomic<int> malloc_calls_until_failure = 0;  // 0: never fail
 std::atomic<int> live_blocks = 0;                 // of the files that are linked into this program
 
+// Which identifiers the platform cannot make at the moment.
+enum class Refused { kNone, kFromText, kFromBytes, kConstant };
+Refused refused_uuids = Refused::kNone;
+
 }  // namespace
 
 Boolean GetMetadataForURL(void* thisInterface, CFMutableDictionaryRef attributes, CFStringRef contentTypeUTI,
@@ -59,6 +63,27 @@ void __wrap_free(void* block) {
   __real_free(block);
 }
 
+CFUUIDRef __real_CFUUIDCreateFromString(CFAllocatorRef allocator, CFStringRef text);
+CFUUIDRef __real_CFUUIDCreateFromUUIDBytes(CFAllocatorRef allocator, CFUUIDBytes bytes);
+decltype(CFUUIDGetConstantUUIDWithBytes) __real_CFUUIDGetConstantUUIDWithBytes;
+
+CFUUIDRef __wrap_CFUUIDCreateFromString(CFAllocatorRef allocator, CFStringRef text) {
+  return refused_uuids == Refused::kFromText ? nullptr : __real_CFUUIDCreateFromString(allocator, text);
+}
+
+CFUUIDRef __wrap_CFUUIDCreateFromUUIDBytes(CFAllocatorRef allocator, CFUUIDBytes bytes) {
+  return refused_uuids == Refused::kFromBytes ? nullptr : __real_CFUUIDCreateFromUUIDBytes(allocator, bytes);
+}
+
+CFUUIDRef __wrap_CFUUIDGetConstantUUIDWithBytes(CFAllocatorRef allocator, UInt8 b0, UInt8 b1, UInt8 b2, UInt8 b3,
+                                                UInt8 b4, UInt8 b5, UInt8 b6, UInt8 b7, UInt8 b8, UInt8 b9, UInt8 b10,
+                                                UInt8 b11, UInt8 b12, UInt8 b13, UInt8 b14, UInt8 b15) {
+  return refused_uuids == Refused::kConstant
+             ? nullptr
+             : __real_CFUUIDGetConstantUUIDWithBytes(allocator, b0, b1, b2, b3, b4, b5, b6, b7, b8, b9, b10, b11, b12,
+                                                     b13, b14, b15);
+}
+
 }  // extern "C"
 
 namespace {
@@ -70,7 +95,10 @@ CFUUIDRef Factory() { return UUIDOf(SORREL_FACTORY_UUID); }
 class PlugInObject : public FoundationTest {
  protected:
   PlugInObject() { seen = {}; }
-  ~PlugInObject() override { [seen.url release]; }
+  ~PlugInObject() override {
+    refused_uuids = Refused::kNone;
+    [seen.url release];
+  }
 
   static MetadataImporterPluginType* New() {
     return static_cast<MetadataImporterPluginType*>(
@@ -202,6 +230,33 @@ TEST_F(PlugInObject, MemoryThatCannotBeHadGivesNoInstance) {
     EXPECT_EQ(instance, nullptr);
     EXPECT_EQ(live_blocks, before);
     EXPECT_EQ(SorrelPlugInInstanceCount(Factory()), 0);
+  }
+}
+
+TEST_F(PlugInObject, FactoryWorksWithoutItsOwnIdentifier) {
+  refused_uuids = Refused::kFromText;
+  MetadataImporterPluginType* instance = New();
+  refused_uuids = Refused::kNone;
+  ASSERT_NE(instance, nullptr);
+  EXPECT_EQ(instance->factory_uuid, nullptr);
+  EXPECT_EQ(SorrelPlugInInstanceCount(Factory()), 0);
+  EXPECT_EQ(MetadataImporterPluginRelease(instance), 0u);
+}
+
+TEST_F(PlugInObject, TypeThatCannotBeComparedIsRefused) {
+  CFUUIDRef type = kMDImporterTypeID;
+  refused_uuids = Refused::kConstant;
+  EXPECT_EQ(MetadataImporterPluginFactory(kCFAllocatorDefault, type), nullptr);
+}
+
+TEST_F(PlugInInstance, InterfaceThatCannotBeComparedIsUnknown) {
+  const CFUUIDBytes interface = BytesOf(kMDImporterURLInterfaceID);
+  for (const Refused refused : {Refused::kFromBytes, Refused::kConstant}) {
+    refused_uuids = refused;
+    EXPECT_EQ(MetadataImporterQueryInterface(instance_, interface, &out_), E_NOINTERFACE);
+    EXPECT_EQ(out_, nullptr);
+    EXPECT_EQ(instance_->reference_count, 1u);
+    out_ = &out_;
   }
 }
 
