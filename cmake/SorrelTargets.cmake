@@ -13,8 +13,9 @@ if(SORREL_FUZZERS)
   target_compile_options(sorrel_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(SORREL_COVERAGE)
-  # Counters that are a shared mapping of their file, so that processes which end by a signal count too.
-  set(coverage -fprofile-instr-generate)
+  # Counters that are a shared mapping of their file, so that processes which end by a signal count too; exact also
+  # when several threads or processes count at once.
+  set(coverage -fprofile-instr-generate -fprofile-update=atomic)
   target_compile_options(sorrel_options INTERFACE ${coverage} -fcoverage-mapping
                                                   "SHELL:-mllvm -runtime-counter-relocation")
   target_link_options(sorrel_options INTERFACE ${coverage})

@@ -158,9 +158,7 @@ void EmitUtf8(BencodedEmitter& out, const char* text, size_t len) {
   wchar_t* const units = len <= kChunk ? few : many.Expand(static_cast<ptrdiff_t>(len));
   bool invalid = false;
   const int count = DecodeUtf8(text, len, units, len, &invalid, nullptr);
-  if (count > 0) {
-    EmitCharacters(out, units, static_cast<size_t>(count));
-  }
+  EmitCharacters(out, units, static_cast<size_t>(count));
   many.Free();
 }
 

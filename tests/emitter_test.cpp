@@ -135,6 +135,9 @@ TEST_F(Emitter, HandsOverItsOutputAndStartsAnew) {
   }
   out.Emit("x", 1);
   EXPECT_EQ("x", TakeBytes(out.Take(nullptr), 1));
+  size_t len = 1;
+  EXPECT_EQ(nullptr, out.Take(&len));
+  EXPECT_EQ(0u, len);
 }
 
 TEST_F(Emitter, WritesRawBytesAsTheyAre) {

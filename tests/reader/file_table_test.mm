@@ -1,6 +1,10 @@
 #import "QuickLookPlugin/FileTable.h"
 
+#include <objc/runtime.h>
+
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #import "tests/reader/pool.h"
@@ -92,6 +96,45 @@ TEST_F(FileTableTest, MakesANumberOnceAndKeepsIt) {
   EXPECT_EQ(number, [table_ objectForKey:@"a"]);
   DrainPool();
   EXPECT_EQ(123456789012345, [number longLongValue]);
+}
+
+// Does `step`, once, in the midst of the next +[NSNumber numberWithLongLong:].
+class WhileANumberIsMade {
+ public:
+  explicit WhileANumberIsMade(std::function<void()> step)
+      : method_(class_getClassMethod([NSNumber class], @selector(numberWithLongLong:))) {
+    next_step = std::move(step);
+    real = reinterpret_cast<Maker>(method_setImplementation(method_, reinterpret_cast<IMP>(Make)));
+  }
+  ~WhileANumberIsMade() { method_setImplementation(method_, reinterpret_cast<IMP>(real)); }
+  WhileANumberIsMade(const WhileANumberIsMade&) = delete;
+  WhileANumberIsMade& operator=(const WhileANumberIsMade&) = delete;
+
+ private:
+  using Maker = id (*)(id self, SEL selector, long long value);
+
+  static id Make(id self, SEL selector, long long value) {
+    if (next_step) {
+      std::exchange(next_step, nullptr)();
+    }
+    return real(self, selector, value);
+  }
+
+  static inline std::function<void()> next_step;
+  static inline Maker real = nullptr;
+  Method method_;
+};
+
+// As when another thread asks at the same moment; the address sanitizer sees that the second number goes.
+TEST_F(FileTableTest, GivesOneNumberToAllWhoAskAtOnce) {
+  SetSize("a", 123456789012345);
+  id first = nil;
+  const WhileANumberIsMade meanwhile([&] { first = [table_ objectForKey:@"a"]; });
+  id second = [table_ objectForKey:@"a"];
+  EXPECT_NE(nil, first);
+  EXPECT_EQ(first, second);
+  DrainPool();
+  EXPECT_EQ(123456789012345, [second longLongValue]);
 }
 
 TEST_F(FileTableTest, ReplacesASizeInItsPlace) {
