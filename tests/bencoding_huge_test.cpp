@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/DecodeEncodedString.h"
 #include "core/bencoding.h"
 #include "core/benctree.h"
 #include "core/mem1.h"
@@ -122,6 +123,19 @@ TEST_F(HugeStrings, TheListingHoldsThemWhole) {
   EXPECT_EQ("xxx", string_view(text, 3));
   EXPECT_EQ(string_view("xx\0", 3), string_view(text + len - 3, 3));
   MyFree(text);
+}
+
+TEST_F(HugeStrings, DecodingCountsAsFarAsAnIntGoes) {
+  const char* text = Text(kTooLong);
+  ASSERT_NE(nullptr, text);
+  auto* units = static_cast<wchar_t*>(RepeatingMemory::New(kTooLong * sizeof(wchar_t)));
+  ASSERT_NE(nullptr, units);
+  bool invalid = true;
+  size_t consumed = 0;
+  EXPECT_EQ(INT_MAX, DecodeUtf8(text, kTooLong, units, kTooLong, &invalid, &consumed));
+  EXPECT_FALSE(invalid);
+  EXPECT_EQ(kTooLong, consumed);
+  RepeatingMemory::Delete(units);
 }
 
 }  // namespace
