@@ -40,7 +40,7 @@ class OpenLists {
   static BencEntity* Append(BencListRecord& list) {
     const bool small = list.capacity < kPresize;
     if (list.embedded && (small || list.size() == list.capacity)) {
-      list.Detach(kPresize);
+      list.Detach(small ? kPresize : list.capacity);
     } else if (small) {
       list.Resize(kPresize);
     }

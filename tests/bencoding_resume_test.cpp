@@ -11,6 +11,7 @@
 #include "core/bencoding.h"
 #include "tests/support/benc_building.h"
 #include "tests/support/benc_peek.h"
+#include "tests/support/benc_tree.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/repeat.h"
@@ -219,6 +220,23 @@ TEST_F(Resume, AListThatLostElementsGoesOn) {
     ASSERT_EQ(left + 1, list().GetCount());
     EXPECT_EQ(7, list().GetInt(left - 1, 0));
     EXPECT_EQ(left < 16 ? 16 : 32, Capacity());
+  }
+}
+
+// A copy has room for its elements alone, however many they are.
+TEST_F(Resume, ACopiedListGoesOn) {
+  for (size_t count : {1u, 15u, 16u, 17u, 40u}) {
+    SCOPED_TRACE(count);
+    BencTreeOf source("l" + Repeat("i7e", count) + "e");
+    root.FreeMembers();
+    Open(Token::PARSE_LIST);
+    list().CopyFrom(source.root);
+    ASSERT_EQ(count, Capacity());
+    child = nullptr;
+    ASSERT_TRUE(List("l"));
+    EXPECT_EQ(count < 16 ? 16 : 2 * count, Capacity());
+    EXPECT_EQ(7, list().GetInt(count - 1, 0));
+    EXPECT_EQ(BENC_LIST, list().Get(count)->GetType());
   }
 }
 

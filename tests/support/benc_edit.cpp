@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "core/mem1.h"
 #include "core/templates.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_same.h"
+#include "tests/support/repeat.h"
 
 using namespace core;
 using benc_model::Kind;
@@ -297,6 +299,46 @@ bool EditedTree::DeleteOne(const Node& node) {
   return true;
 }
 
+// A decode that goes on in a list of the tree and ends with it, or in a list that begins in it.
+bool EditedTree::FillOnList(const Node& node) {
+  const size_t more = Below(20);
+  if (node.model->kind != Kind::kList || SizeOf(model_) + more >= kLargestTree) {
+    return false;
+  }
+  const bool ends = Below(2) == 0;
+  const ExactBytes text(Repeat("i7e", more) + (ends ? "e" : "l"));
+  BencParser parser(text.begin(), text.end());
+  AllocateMemRegime regime;
+  BencEntity* child = nullptr;
+  Expect(node.list().ResumeList(&parser, &child, &regime) && parser.position() == text.end());
+  for (size_t i = 0; i < more; ++i) {
+    node.model->list.push_back(Int(7));
+  }
+  if (!ends) {
+    node.model->list.push_back(Empty(Kind::kList));
+    Expect(child == node.list().Get(node.list().GetCount() - 1) && RoomOf(node.list()) >= kLeastSlots);
+    return true;
+  }
+  const size_t count = node.model->list.size();
+  Expect(child == nullptr && (count == 0 || RoomOf(node.list()) == count));
+  return true;
+}
+
+// The same with one pair of a dictionary. A key that is there already stops it.
+bool EditedTree::FillOnDict(const Node& node) {
+  if (node.model->kind != Kind::kDict) {
+    return false;
+  }
+  const std::string key = Name();
+  const ExactBytes text(std::to_string(key.size()).append(":").append(key).append("i7ee"));
+  BencParser parser(text.begin(), text.end());
+  AllocateMemRegime regime;
+  BencEntity* child = nullptr;
+  const bool fresh = node.model->dict.try_emplace(key, std::make_unique<Value>(Int(7))).second;
+  Expect(node.dict().ResumeDict(&parser, &child, &regime) == fresh && child == nullptr);
+  return true;
+}
+
 // Append or Insert of a value that is somewhere in the tree already.
 bool EditedTree::MoveInside(const Node& node, const Node& source) {
   if (Holds(*source.model, node.model)) {
@@ -351,7 +393,7 @@ bool EditedTree::Copy(const Node& target, const Node& source) {
 
 bool EditedTree::Step() {
   const Node node = Pick();
-  switch (Below(10)) {
+  switch (Below(11)) {
     case 0:
       return ChangeScalar(node);
     case 1:
@@ -368,6 +410,8 @@ bool EditedTree::Step() {
       return DeleteOne(node);
     case 8:
       return Below(2) == 0 ? MoveInside(node, Pick()) : Move(node, Pick());
+    case 9:
+      return FillOnList(node) || FillOnDict(node);
     default:
       return Copy(node, Pick());
   }

@@ -58,6 +58,8 @@ class EditedTree {
   bool AppendNew(const Node& node);
   bool InsertNew(const Node& node);
   bool DeleteOne(const Node& node);
+  bool FillOnList(const Node& node);
+  bool FillOnDict(const Node& node);
   bool MoveInside(const Node& node, const Node& source);
   bool Move(const Node& target, const Node& source);
   bool Copy(const Node& target, const Node& source);
