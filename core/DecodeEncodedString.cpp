@@ -13,6 +13,7 @@ namespace {
 
 constexpr size_t kBlock = sizeof(uint64_t);
 constexpr uint64_t kHighBits = 0x8080808080808080;
+constexpr size_t kFailed = static_cast<size_t>(-1);
 
 // One character: what it was read from, what it gives.
 struct Character {
@@ -131,15 +132,30 @@ Progress Decode(const unsigned char* src, size_t len, wchar_t* dst, size_t cap) 
   return at;
 }
 
-// Converts with the locale's encoding into `len` units; returns the units, 0 when it cannot be done.
-size_t DecodeLocale(const char* src, size_t len, wchar_t* dst) {
+// mbsnrtowcs from a fresh state; kFailed when the bytes cannot be converted.
+size_t Widen(const char* src, size_t len, wchar_t* dst, size_t room) {
   mbstate_t state;
   memset(&state, 0, sizeof state);
-  const size_t units = mbsnrtowcs(dst, &src, len, len, &state);
-  return units == static_cast<size_t>(-1) ? 0 : units;
+  return mbsnrtowcs(dst, &src, len, room, &state);
 }
 
-// Decodes `len` bytes, at least one, into `len` units, which always suffice.
+// Converts with the locale's encoding; returns the units, of which at most `len` count, 0 when it cannot be done.
+// `dst` has room for len + 1.
+//
+// In some encodings a letter waits for the accent that may follow. One that still waits at the end is lost, and
+// where it is the first, some C libraries stop the process; with the terminator behind it, it is had. A character
+// that is cut off at the end fails before a terminator, and the text is what comes before it.
+size_t DecodeLocale(const char* src, size_t len, wchar_t* dst) {
+  char* terminated = strduplen(src, len);
+  size_t units = Widen(terminated, len + 1, dst, len + 1);
+  if (units == kFailed) {
+    units = Widen(terminated, len, dst, len);
+  }
+  MyFree(terminated);
+  return units == kFailed ? 0 : units < len ? units : len;
+}
+
+// Decodes `len` bytes, at least one, into at most `len` units. `dst` has room for one more.
 size_t DecodeByPage(int code_page, const char* src, size_t len, wchar_t* dst) {
   if (code_page == kCodePageUtf8OrLocale || code_page == kCodePageUtf8) {
     const Progress done = Decode(reinterpret_cast<const unsigned char*>(src), len, dst, len);

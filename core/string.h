@@ -167,6 +167,9 @@ class StringBuffer : public LList<char> {
  public:
   ~StringBuffer() { Free(); }
 
+  // Frees the text before its time; the buffer is empty then.
+  void Free() { Resize(0); }
+
   // Appends one character, `n` characters, or a zero-terminated string.
   void Add(char ch);
   void Add(const char* s, size_t n);
@@ -185,6 +188,9 @@ class StringBuffer : public LList<char> {
 class StringBufferT : public LList<wchar_t> {
  public:
   ~StringBufferT() { Free(); }
+
+  // Frees the text before its time; the buffer is empty then.
+  void Free() { Resize(0); }
 
   // Appends one unit, `n` units, or a zero-terminated string.
   void Add(wchar_t ch);

@@ -352,6 +352,39 @@ TEST(DecodeEncodedString, ReadsDoubleByteTextInItsLocale) {
   EXPECT_EQ(L"\u30C6", Decoded(0, "\x83\x65"));
 }
 
+TEST(DecodeEncodedString, LettersThatWaitForAnAccentAreRead) {
+  const VietnameseLocale vietnamese;
+  if (!vietnamese.ok()) {
+    GTEST_SKIP() << "no TCVN5712-1 locale, and localedef cannot make one";
+  }
+  for (size_t len = 1; len < 20; len++) {
+    EXPECT_EQ(wstring(len, L'a'), Decoded(2, string(len, 'a')));
+  }
+  EXPECT_EQ(L"\u1EA4", Decoded(0, "\xC4"));
+  EXPECT_EQ(L"x\u00E1", Decoded(2, "xa\xB3"));
+  EXPECT_EQ(L"a", Decoded(2, string_view("a\0b", 3)));
+}
+
+TEST(DecodeEncodedString, BytesOfSeveralCharactersStayInTheBlock) {
+  const TamilLocale tamil;
+  if (!tamil.ok()) {
+    GTEST_SKIP() << "no TSCII locale, and localedef cannot make one";
+  }
+  for (int byte = 1; byte < 256; byte++) {
+    for (size_t len = 1; len < 9; len++) {
+      EXPECT_GE(len, Decoded(2, string(len, static_cast<char>(byte))).size()) << byte;
+    }
+  }
+}
+
+TEST(DecodeEncodedString, CharacterCutOffAtTheEndIsLeftOut) {
+  const ScopedLocale utf8("C.UTF-8");
+  ASSERT_TRUE(utf8.ok());
+  EXPECT_EQ(L"ab", Decoded(2, "ab\xC3"));
+  EXPECT_EQ(L"ab", Decoded(0, "ab\xE2\x82"));
+  EXPECT_EQ(L"", Decoded(2, "\xF0\x9F\x98"));
+}
+
 TEST(DecodeEncodedString, TextThatTheLocaleCannotConvertIsEmpty) {
   const ScopedLocale utf8("C.UTF-8");
   ASSERT_TRUE(utf8.ok());

@@ -82,6 +82,23 @@ TEST(StringBuffer, StealingLeavesItEmptyAndUsable) {
   EXPECT_EQ(live, test_host::LiveBlocks());
 }
 
+TEST(StringBuffer, FreedByItsOwnerItIsEmptyAndUsable) {
+  const long live = test_host::LiveBlocks();
+  {
+    StringBuffer buffer;
+    buffer.Add("abc");
+    buffer.Free();
+    EXPECT_STREQ("", buffer.AsString());
+    buffer.Free();
+    StringBufferT wide;
+    wide.Add(L"abc");
+    wide.Free();
+    EXPECT_STREQ(L"", wide.AsString());
+    wide.Free();
+  }
+  EXPECT_EQ(live, test_host::LiveBlocks());
+}
+
 TEST(StringBuffer, AppendsFormattedText) {
   const long live = test_host::LiveBlocks();
   {

@@ -65,3 +65,11 @@ struct CyrillicLocale : ScopedLocale {
 struct ShiftJisLocale : ScopedLocale {
   ShiftJisLocale() : ScopedLocale("ja_JP.SJIS", "i18n", "SHIFT_JIS") {}
 };
+// Here letters wait for the accent that may follow them.
+struct VietnameseLocale : ScopedLocale {
+  VietnameseLocale() : ScopedLocale("vi_VN.TCVN", "i18n", "TCVN5712-1") {}
+};
+// Here one byte may be several characters.
+struct TamilLocale : ScopedLocale {
+  TamilLocale() : ScopedLocale("ta_IN.TSCII", "i18n", "TSCII") {}
+};
