@@ -120,8 +120,8 @@ class BencEntity {
   // otherwise; when that closes the outermost list the result is the tokenizer's position, which
   // lies beyond `end` after a string that overran the input. Duplicate keys fail; unsorted ones do
   // not. Integers are read like strtoll reads them, and saturate.
-  // Requires: buf <= end. Cost: linear for sorted keys, never recursive; memory is the only limit
-  // on depth.
+  // Requires: buf <= end; the bytes are not part of `out`. Cost: linear for sorted keys, never
+  // recursive; memory is the only limit on depth.
   static const unsigned char* Parse(const unsigned char* buf, BencEntity& out, const unsigned char* end);
 
   // The same, with keys and strings that point into `buf`: the buffer must outlive the tree and
@@ -167,8 +167,9 @@ class BencEntity {
   // On purpose: a parameter without "=" drops itself and all later ones.
   static BencEntity* ParseRpcParams(char* request, bool multi);
 
-  // Stores one token into this BENC_NONE value. False, with nothing stored, when the token is not a
+  // Replaces this value by what one token says. False, with nothing changed, when the token is not a
   // value or its text has 2^31 bytes or more.
+  // Requires: this is BENC_NONE, BENC_NULL or of the token's kind.
   bool SetParsed(IBencParser::PARSE_T kind, const unsigned char* text, size_t len, AllocRegime* regime);
 
  protected:

@@ -259,7 +259,12 @@ bool BencEntity::DoParse(BencEntity& out, IBencParser* parser, AllocRegime* regi
 
 bool BencEntity::SetParsed(IBencParser::PARSE_T kind, const unsigned char* text, size_t len, AllocRegime* regime) {
   const RegimeStore store{regime};
-  return TreeBuilder(VirtualSource{nullptr}, store).StoreToken(*this, kind, text, len);
+  BencEntity value;
+  if (!TreeBuilder(VirtualSource{nullptr}, store).StoreToken(value, kind, text, len)) {
+    return false;
+  }
+  MoveFrom(value);
+  return true;
 }
 
 bool BencodedList::ResumeList(IBencParser* parser, BencEntity** child, AllocRegime* regime) {
@@ -301,8 +306,9 @@ const unsigned char* BencEntity::Parse(const unsigned char* buf, BencEntity& out
 }
 
 void BencEntity::ParseNum(const unsigned char* text) {
-  FreeMembers();
-  BencTree::SetInteger(*this, ParseInteger(text, text + strlen(reinterpret_cast<const char*>(text))));
+  const int64_t number = ParseInteger(text, text + strlen(reinterpret_cast<const char*>(text)));
+  FreeMembers();  // not before: the text may be this value's own
+  BencTree::SetInteger(*this, number);
 }
 
 BencArray<char>* AllocateMemRegime::NewKey(char* text, int len) {

@@ -2,6 +2,7 @@
 // token sources and ways of storing of the tests' own.
 #include <gtest/gtest.h>
 #include <limits.h>
+#include <string.h>
 
 #include <memory>
 #include <string>
@@ -10,9 +11,11 @@
 #include <vector>
 
 #include "core/bencoding.h"
+#include "core/mem1.h"
 #include "tests/support/benc_building.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
+#include "tests/support/emitted.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/test_host.h"
@@ -595,6 +598,47 @@ TEST_F(BencodingDoParse, ReadsABorrowedLazyIntegerInPlace) {
   ASSERT_TRUE(Decode("li12345ee"));
   EXPECT_EQ(12345, static_cast<BencEntityLazyInt*>(list().Get(0))->GetInt(0));
   EXPECT_EQ("li12345ee", bytes->view());
+}
+
+// Stores bytes without a terminator, in a block without room for one, and none without a block.
+class BareRegime : public BencEntity::AllocRegime {
+ public:
+  BencArray<char>* NewKey(char* text, int len) override { return Bare(text, static_cast<size_t>(len)); }
+  BencArray<unsigned char>* NewMem(unsigned char* text, int len) override {
+    return Bare(text, static_cast<size_t>(len));
+  }
+
+ private:
+  template <class T>
+  static BencArray<T>* Bare(const T* text, size_t len) {
+    auto* array = new BencArray<T>;
+    if (len != 0) {
+      array->Adopt(memcpy(MyMalloc(len), text, len), len, len);
+    }
+    return array;
+  }
+};
+
+TEST_F(BencodingDoParse, TakesBytesWithoutTerminatorsFromARegime) {
+  constexpr std::string_view kInput = "d0:0:1:al0:3:xyz0:e1:bd0:i1e3:keylee1:xlee";
+  ExactBytes in(kInput);
+  BencParser parser(in.begin(), in.end());
+  BareRegime bare;
+  ASSERT_TRUE(BencEntity::DoParse(root, &parser, &bare));
+  BencodedDict copy;
+  copy.CopyFrom(root);
+  for (const BencEntity* tree : {&root, static_cast<BencEntity*>(&copy)}) {
+    EXPECT_EQ(kInput, Bencoded(*tree));
+    EXPECT_EQ("=\r\na.0=\r\na.1=xyz\r\na.2=\r\nb.=1\r\n", Listed(*tree));
+    EXPECT_EQ("{ \"\": \"\", \"a\": [ \"\", \"xyz\", \"\" ], \"b\": { \"\": 1, \"key\": [  ] }, \"x\": [  ] }",
+              Json(*tree));
+    const auto& read = static_cast<const BencodedDict&>(*tree);
+    EXPECT_STREQ("", read.GetString("", nullptr));
+    EXPECT_STREQ(L"", read.GetStringT("", 0, nullptr));
+    EXPECT_NE(nullptr, read.Get("b"));
+  }
+  EXPECT_EQ(Xml(root), Xml(copy));
+  copy.FreeMembers();
 }
 
 TEST_F(BencodingDoParse, TakesBorrowedStringsFromARegime) {

@@ -68,6 +68,39 @@ TEST_F(SetParsed, StoresNothingForEveryOtherToken) {
   EXPECT_TRUE(regime.log.empty());
 }
 
+TEST_F(SetParsed, ReplacesAValueOfTheSameKindAndFreesIt) {
+  for (Token kind : {Token::PARSE_STRING, Token::PARSE_LIST, Token::PARSE_DICT, Token::PARSE_INT}) {
+    SCOPED_TRACE(kind);
+    ExactBytes in("12");
+    root.FreeMembers();
+    ASSERT_TRUE(root.SetParsed(kind, in.begin(), in.size(), &regime));
+    const BencType type = root.GetType();
+    EXPECT_TRUE(root.SetParsed(kind, in.begin(), in.size(), &regime));
+    EXPECT_EQ(type, root.GetType());
+  }
+}
+
+TEST_F(SetParsed, TakesTextOfTheStringThatItReplaces) {
+  ExactBytes in("abcdef");
+  ASSERT_TRUE(root.SetParsed(Token::PARSE_STRING, in.begin(), in.size(), &regime));
+  const auto* text = reinterpret_cast<const unsigned char*>(static_cast<BencEntityMem&>(root).GetString(nullptr));
+  EXPECT_TRUE(root.SetParsed(Token::PARSE_STRING, text + 2, 3, &regime));
+  EXPECT_STREQ("cde", static_cast<BencEntityMem&>(root).GetString(nullptr));
+}
+
+TEST_F(SetParsed, LeavesTheValueAloneWhenItStoresNothing) {
+  ExactBytes in("abc");
+  ASSERT_TRUE(root.SetParsed(Token::PARSE_STRING, in.begin(), in.size(), &regime));
+  EXPECT_FALSE(root.SetParsed(Token::PARSE_END, in.begin(), in.size(), &regime));
+  EXPECT_STREQ("abc", static_cast<BencEntityMem&>(root).GetString(nullptr));
+}
+
+TEST_F(SetParsed, AValueOfAnotherKindIsFatal) {
+  ExactBytes in("abc");
+  ASSERT_TRUE(root.SetParsed(Token::PARSE_STRING, in.begin(), in.size(), &regime));
+  EXPECT_FATAL_ANY_LINE(root.SetParsed(Token::PARSE_LIST, in.begin(), 0, &regime), "core/bencoding");
+}
+
 class Resume : public BuildingTest {
  protected:
   // Starts with an empty container and a child slot that the calls find null.

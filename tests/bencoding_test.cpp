@@ -457,6 +457,14 @@ TEST_F(BencodingDeathTest, ALazyReadOfAConvertedIntegerIsFatal) {
   EXPECT_FATAL_ANY_LINE(AsLazy(value).GetInt(0), "core/bencoding");
 }
 
+TEST_F(Bencoding, ParseNumTakesTheTextOfTheStringItself) {
+  BencTreeOf tree("l20:00000000000000000042e");
+  BencEntity& value = *tree.list().Get(0);
+  value.ParseNum(reinterpret_cast<const unsigned char*>(static_cast<BencEntityMem&>(value).GetString(nullptr)));
+  EXPECT_EQ(BENC_INT64, value.GetType());
+  EXPECT_EQ(42, value.GetInt64(0));
+}
+
 TEST_F(Bencoding, ParseNumReplacesTheValue) {
   const std::pair<const char*, long long> cases[] = {
       {"12", 12}, {"-12x", -12}, {"", 0}, {"e", 0}, {" 9223372036854775808", INT64_MAX}, {"12e5", 12}};
