@@ -181,7 +181,8 @@ class Outputs(tool.ToolTest):
         with open("/dev/full", "wb") as full:
             _, err = self.run_tool("x.torrent", stdout=full, code=3)
             self.assertEqual(b"mdtorrent: cannot write the output: No space left on device\n", err)
-            self.run_tool("--help", stdout=full, code=3)
+            _, err = self.run_tool("--help", stdout=full, code=3)
+            self.assertEqual(b"mdtorrent: cannot write the output: No space left on device\n", err)
 
     def test_closed_output_is_told(self):
         _, err = self.run_tool("x.torrent", stdout=None, preexec_fn=lambda: os.close(1), code=3)

@@ -56,6 +56,7 @@ TEST(Options, DumpRefusesWhatItDoesNotKnow) {
     ASSERT_NE(nullptr, answer);
     EXPECT_EQ(ExitCode::kUsage, answer->exit_code);
     EXPECT_EQ(0u, answer->text.find("mdtorrent: ")) << answer->text;
+    EXPECT_TRUE(answer->text.ends_with(" (see mdtorrent dump --help)\n")) << answer->text;
   }
 }
 

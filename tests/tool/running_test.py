@@ -26,6 +26,15 @@ class CommandLine(tool.ToolTest):
                 self.assertIn(word, text)
             self.assertLessEqual(max(map(len, text.splitlines())), 100)
 
+    def test_the_example_that_tells_torrents_from_other_files_does(self):
+        help_text = self.run_tool("--help")[0].decode()
+        (line,) = (line for line in help_text.splitlines() if "test $?" in line)
+        script = 'mdtorrent() { "$0" "$@"; }\n' + line
+        for content, told in ((None, False), (b"de", True)):
+            self.write("x.torrent", content)
+            result = subprocess.run(["sh", "-c", script, tool.options.program], cwd=self.folder, stdout=subprocess.PIPE)
+            self.assertEqual(told, b"readable, but no torrent\n" in result.stdout)
+
     def test_version(self):
         self.assertEqual((b"mdtorrent 1.0.0\n", b""), self.run_tool("--version"))
 

@@ -3,7 +3,6 @@
 #include <errno.h>
 
 #include <algorithm>
-#include <system_error>
 
 #include "QuickLookPlugin/file_bytes.h"
 #include "QuickLookPlugin/tree_budget.h"
@@ -68,10 +67,7 @@ ExitCode Write(const core::BencodedEmitter& text, FILE* out, FILE* complaints) {
   if (fwrite(text.data(), 1, text.size(), out) == text.size() && fflush(out) == 0) {
     return ExitCode::kSuccess;
   }
-  if (errno != EPIPE) {
-    const std::string message = std::error_code(errno, std::generic_category()).message();
-    fprintf(complaints, "mdtorrent: cannot write the output: %s\n", message.c_str());
-  }
+  TellOutputError(complaints, errno);
   return ExitCode::kUnreadable;
 }
 

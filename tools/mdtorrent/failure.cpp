@@ -68,4 +68,11 @@ std::string ComplaintLine(std::string_view path, std::string_view reason) {
   return line;
 }
 
+void TellOutputError(FILE* complaints, int error) {
+  if (error != EPIPE) {
+    const std::string message = std::error_code(error, std::generic_category()).message();
+    fprintf(complaints, "mdtorrent: cannot write the output: %s\n", message.c_str());
+  }
+}
+
 }  // namespace mdtorrent

@@ -2,6 +2,8 @@
 // says no.
 #pragma once
 
+#include <stdio.h>
+
 #include <string>
 #include <string_view>
 
@@ -29,5 +31,8 @@ Failure Diagnose(const std::string& path);
 
 // The line for standard error about `path`.
 std::string ComplaintLine(std::string_view path, std::string_view reason);
+
+// Says that the output could not be written, unless its reader has gone away.
+void TellOutputError(FILE* complaints, int error);
 
 }  // namespace mdtorrent

@@ -1,4 +1,5 @@
 #include <Foundation/Foundation.h>
+#include <errno.h>
 #include <fcntl.h>
 #include <locale.h>
 #include <signal.h>
@@ -9,6 +10,7 @@
 #include "platform/program.h"
 #include "tools/mdtorrent/bundle_path.h"
 #include "tools/mdtorrent/dump.h"
+#include "tools/mdtorrent/failure.h"
 #include "tools/mdtorrent/interrupt.h"
 #include "tools/mdtorrent/options.h"
 #include "tools/mdtorrent/plugin.h"
@@ -31,8 +33,11 @@ void OccupyStandardStreams() {
 
 ExitCode Give(const Answer& answer) {
   FILE* const stream = answer.exit_code == ExitCode::kSuccess ? stdout : stderr;
-  const bool written = fputs(answer.text.c_str(), stream) >= 0 && fflush(stream) == 0;
-  return written || stream == stderr ? answer.exit_code : ExitCode::kUnreadable;
+  if ((fputs(answer.text.c_str(), stream) >= 0 && fflush(stream) == 0) || stream == stderr) {
+    return answer.exit_code;
+  }
+  TellOutputError(stderr, errno);
+  return ExitCode::kUnreadable;
 }
 
 ExitCode RunWithBundle(const Options& options) {

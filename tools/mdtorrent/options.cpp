@@ -12,6 +12,9 @@ namespace {
 
 constexpr size_t kMostJobs = 256;
 
+constexpr char kImportCommand[] = "mdtorrent";
+constexpr char kDumpCommand[] = "mdtorrent dump";
+
 constexpr char kDescription[] =
     "Prints what Spotlight learns about torrent files: it loads the importer bundle as the\n"
     "metadata service does, imports each PATH and prints the attributes.\n";
@@ -54,7 +57,7 @@ Examples:
   mdtorrent -r -j 4 --format ndjson ~/Downloads
   find . -name '*.torrent' -print0 | mdtorrent -0 --format json - > torrents.json
   mdtorrent dump --format json x.torrent
-  mdtorrent --format json x.torrent || test $? -eq 1 && echo "readable, but no torrent"
+  mdtorrent --format json x.torrent; test $? -eq 1 && echo "readable, but no torrent"
 )";
 
 constexpr char kDumpDescription[] =
@@ -65,11 +68,12 @@ constexpr char kDumpUsage[] = "Usage: mdtorrent dump [OPTIONS] FILE\n";
 constexpr char kDumpFooter[] = R"(Formats:
   json     one line. Bytes that are no UTF-8 come out as \uffff, and characters above U+FFFF lose digits.
   ascii    a line "path=value" for each number and string, such as info.files.0.length=5. A backslash
-           stands before line ends and backslashes in a value, other bytes are written as they are;
-           paths are cut to 63 bytes.
-  bencode  bencoding, with sorted keys. Of a file whose keys are sorted already it is a copy.
+           stands before line ends and backslashes in a value, other bytes are written as they are:
+           at a terminal, pipe them to cat -v. Paths are cut to 63 bytes.
+  bencode  bencoding, with sorted keys. Of a file that is encoded strictly it is a copy.
   xml      names and strings are URL-encoded; strings that take more than about a sixth of the stack
            limit are refused.
+  Lines of ascii and xml end in CR LF.
 
 Exit codes:
   0    the file was printed
@@ -109,7 +113,7 @@ std::vector<std::string> ParseArguments(CLI::App& app, std::vector<std::string> 
 // brackets and braces in values, which are common in the names of torrents.
 class Parser {
  public:
-  explicit Parser(Options& options) : app_(kDescription, "mdtorrent"), jobs_(options.jobs) {
+  explicit Parser(Options& options) : app_(kDescription, kImportCommand), jobs_(options.jobs) {
     app_.set_help_flag();
     app_.add_flag("-h,--help", help, "Print this help and exit");
     app_.add_flag("--version", version, "Print the version and exit");
@@ -159,10 +163,10 @@ void Split(int argc, const char* const* argv, std::vector<std::string>& argument
 CommandLine Version() { return Answer{ExitCode::kSuccess, "mdtorrent " MDTORRENT_VERSION "\n"}; }
 
 // Complains about an argument that looks like an option, if there is one.
-std::optional<Answer> UnknownOption(const std::vector<std::string>& rest) {
+std::optional<Answer> UnknownOption(const std::vector<std::string>& rest, std::string_view command) {
   for (const std::string& argument : rest) {
     if (argument.size() > 1 && argument[0] == '-') {
-      return UsageError("unknown option " + argument);
+      return UsageError("unknown option " + argument, command);
     }
   }
   return std::nullopt;
@@ -170,7 +174,7 @@ std::optional<Answer> UnknownOption(const std::vector<std::string>& rest) {
 
 // Checks what no single option can tell, and finds the paths among the arguments left over.
 CommandLine Complete(Options options, std::vector<std::string> rest) {
-  if (std::optional<Answer> answer = UnknownOption(rest)) {
+  if (std::optional<Answer> answer = UnknownOption(rest, kImportCommand)) {
     return *answer;
   }
   options.paths.insert(options.paths.begin(), rest.begin(), rest.end());
@@ -192,7 +196,7 @@ CommandLine Complete(Options options, std::vector<std::string> rest) {
 CommandLine ParseDump(std::vector<std::string> arguments, std::vector<std::string> paths) {
   DumpOptions options;
   bool help = false;
-  CLI::App app(kDumpDescription, "mdtorrent dump");
+  CLI::App app(kDumpDescription, kDumpCommand);
   app.set_help_flag();
   app.add_flag("-h,--help", help, "Print this help and exit");
   AddChoice(app, "--format", options.format,
@@ -207,12 +211,12 @@ CommandLine ParseDump(std::vector<std::string> arguments, std::vector<std::strin
     return Answer{ExitCode::kSuccess,
                   kDumpDescription + std::string("\n") + kDumpUsage + OptionsHelp(app) + kDumpFooter};
   }
-  if (std::optional<Answer> answer = UnknownOption(rest)) {
+  if (std::optional<Answer> answer = UnknownOption(rest, kDumpCommand)) {
     return *answer;
   }
   paths.insert(paths.begin(), rest.begin(), rest.end());
   if (paths.size() != 1) {
-    return UsageError(paths.empty() ? "dump: no FILE given" : "dump: more than one FILE given");
+    return UsageError(paths.empty() ? "dump: no FILE given" : "dump: more than one FILE given", kDumpCommand);
   }
   options.path = paths[0];
   return options;
@@ -231,23 +235,24 @@ CommandLine ParseImport(std::vector<std::string> arguments, std::vector<std::str
 
 }  // namespace
 
-Answer UsageError(std::string_view message) {
+Answer UsageError(std::string_view message, std::string_view command) {
   std::string line = "mdtorrent: ";
   AppendPrintable(line, message);
-  return {ExitCode::kUsage, line + " (see mdtorrent --help)\n"};
+  return {ExitCode::kUsage, line + " (see " + std::string(command) + " --help)\n"};
 }
 
 CommandLine ParseOptions(int argc, const char* const* argv) {
   std::vector<std::string> arguments;
   std::vector<std::string> paths;
   Split(argc, argv, arguments, paths);
+  const bool dump = !arguments.empty() && arguments[0] == "dump";
   try {
-    if (!arguments.empty() && arguments[0] == "dump") {
+    if (dump) {
       return ParseDump({arguments.begin() + 1, arguments.end()}, std::move(paths));
     }
     return ParseImport(std::move(arguments), std::move(paths));
   } catch (const CLI::Error& error) {
-    return UsageError(error.what());
+    return UsageError(error.what(), dump ? kDumpCommand : kImportCommand);
   }
 }
 

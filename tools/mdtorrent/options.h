@@ -57,7 +57,7 @@ using CommandLine = std::variant<Options, DumpOptions, Answer>;
 
 CommandLine ParseOptions(int argc, const char* const* argv);
 
-// The line for a mistake in the use of the program.
-Answer UsageError(std::string_view message);
+// The line for a mistake in the use of the program. The help of `command` says more.
+Answer UsageError(std::string_view message, std::string_view command = "mdtorrent");
 
 }  // namespace mdtorrent

@@ -1,12 +1,10 @@
 #include "tools/mdtorrent/run.h"
 
-#include <errno.h>
 #include <stdio.h>
 #include <unistd.h>
 
-#include <system_error>
-
 #include "tools/mdtorrent/escape.h"
+#include "tools/mdtorrent/failure.h"
 #include "tools/mdtorrent/interrupt.h"
 #include "tools/mdtorrent/worker.h"
 
@@ -42,14 +40,6 @@ std::vector<std::unique_ptr<Importer>> MakeImporters(const Options& options, con
 
 OrderedOutput::Streams StandardStreams(const Options& options) {
   return {stdout, stderr, options.format == Format::kNdjson || isatty(STDOUT_FILENO) != 0};
-}
-
-// A reader that has gone away needs no message.
-void TellOutputError(int error) {
-  if (error != 0 && error != EPIPE) {
-    const std::string message = std::error_code(error, std::generic_category()).message();
-    fprintf(stderr, "mdtorrent: cannot write the output: %s\n", message.c_str());
-  }
 }
 
 ExitCode ExitCodeOf(const OrderedOutput& output) {
@@ -90,7 +80,9 @@ ExitCode Run(const Options& options, const ImporterBundle& bundle, const std::st
   ImportAll(job, importers);
   output.End();
   progress.Finish(output.counts());
-  TellOutputError(output.error());
+  if (output.error() != 0) {
+    TellOutputError(stderr, output.error());
+  }
   if (paths.searched_folder()) {
     fprintf(stderr, "mdtorrent: %s%s\n", Interrupted() ? "interrupted, " : "",
             SummaryLine(output.counts(), progress.Elapsed()).c_str());
