@@ -227,6 +227,20 @@ TEST_F(TorrentInfoTest, DecodesTrackersByTheDefaultCodePage) {
   EXPECT_EQ(Strings{"\xC3\xA9"}, Texts(info.trackers));
 }
 
+// By the torrent's own code page, which is UTF-8 alone, these texts would be empty.
+TEST_F(TorrentInfoTest, DecodesTrackersThatAreNoUtf8ByTheLocale) {
+  const ShiftJisLocale locale;
+  if (!locale.ok()) {
+    GTEST_SKIP() << "no Shift-JIS locale here";
+  }
+  const std::string encoded = Str("\x83\x65");
+  const Strings text = {"\xE3\x83\x86"};
+  const std::string utf8 = Str("utf-8");
+  EXPECT_EQ(text, Texts(Read(Torrent().Root("announce", encoded).Root("encoding", utf8)).trackers));
+  EXPECT_EQ(text,
+            Texts(Read(Torrent().Root("announce-list", List({List({encoded})})).Root("encoding", utf8)).trackers));
+}
+
 TEST_F(TorrentInfoTest, KeepsTrackersThatDoNotDecodeAsEmpty) {
   TorrentInfo* info = Read(Torrent().Root("announce-list", List({List({Str("\xFF"), Str("a")})})));
   EXPECT_EQ((Strings{"", "a"}), Texts(info.trackers));
@@ -252,6 +266,17 @@ TEST_F(TorrentInfoTest, PassesOverWebSeedsThatAreNoUtf8) {
   TorrentInfo* info = Read(Torrent().Root("url-list", Str("\xC3")));
   ASSERT_NE(nil, info);
   EXPECT_EQ(0u, [info.webSeeds count]);
+}
+
+TEST_F(TorrentInfoTest, PassesOverWebSeedsBeyondTheLimitOfText) {
+  constexpr size_t kLimit = size_t{16} << 20;
+  for (const size_t size : {kLimit - 1, kLimit, kLimit + 1}) {
+    const std::string seed = Str(std::string(size, 's'));
+    const NSUInteger expected = size > kLimit ? 0 : 1;
+    EXPECT_EQ(expected, [Read(Torrent().Root("url-list", seed)).webSeeds count]);
+    EXPECT_EQ(expected, [Read(Torrent().Root("url-list", List({seed}))).webSeeds count]);
+    DrainPool();
+  }
 }
 
 // Unlike other text, web seeds come to the platform as they are.
@@ -402,6 +427,14 @@ TEST_F(TorrentInfoTest, ReadsAListOfFiles) {
   EXPECT_EQ(0, SizeOf(info, "d"));
   EXPECT_EQ(3u, info.totalSize);
   EXPECT_EQ("name", Text(info.name));
+}
+
+TEST_F(TorrentInfoTest, ReadsLengthsOf64BitsFromAListOfFiles) {
+  const long long large = 5LL << 30;
+  TorrentInfo* info = Read(Torrent().Info("piece length", Int(33554432)).Files({File(large, {"a"})}, 160));
+  ASSERT_NE(nil, info);
+  EXPECT_EQ(large, SizeOf(info, "a"));
+  EXPECT_EQ(static_cast<unsigned long long>(large), info.totalSize);
 }
 
 TEST_F(TorrentInfoTest, CleansPaths) {
