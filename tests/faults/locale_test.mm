@@ -1,5 +1,6 @@
 // The process's encoding, which another thread may change at any moment.
 #include <set>
+#include <string>
 
 #include "tests/faults/faulty_import.h"
 
@@ -23,16 +24,16 @@ class ChangingLocale : public FaultyImport {
 };
 
 TEST_F(ChangingLocale, EveryTextIsConvertedOnceIntoRoomForAnyResult) {
-  std::multiset<const char*> texts;
+  std::multiset<std::string> texts;
   Calls().mbsnrtowcs = [&](wchar_t* dst, const char** src, size_t bytes, size_t room) {
-    texts.insert(*src);
+    texts.emplace(*src, bytes);
     return Widen(dst, src, bytes, room);
   };
   const std::optional<Attributes> attributes = Import(path_);
   ASSERT_TRUE(attributes);
   EXPECT_EQ(attributes->at("kMDItemComment"), "xxxxxxxxx");
   EXPECT_EQ(texts.size(), SeveralFiles().files.size() + 3);  // the name and the two texts
-  EXPECT_EQ(texts.size(), std::set<const char*>(texts.begin(), texts.end()).size());
+  EXPECT_EQ(texts.size(), std::set<std::string>(texts.begin(), texts.end()).size());
 }
 
 TEST_F(ChangingLocale, EachTextMayMeetAnotherLocale) {
