@@ -40,9 +40,10 @@ struct BencodingVisitor {
   }
   void Close(const BencEntity&, const BencPlace&) { out.EmitChar('e'); }
 
+  // A key may have more bytes than an int counts.
   void EmitKey(const BencPlace& place) {
     if (place.key) {
-      EmitString(place.key->begin(), static_cast<size_t>(nustrnlen(place.key->begin(), place.key->size())));
+      EmitString(place.key->begin(), static_cast<uint32_t>(nustrnlen(place.key->begin(), place.key->size())));
     }
   }
   void EmitString(const void* text, size_t len) {

@@ -11,6 +11,7 @@ namespace core {
 
 // Collects output in one growing array. Every operation appends; none recurses, whatever the depth of
 // the tree. An emitter belongs to one thread at a time, and different emitters are independent.
+// What is given to an operation must not lie in the output, except for the raw bytes of Emit.
 // Emitting a value of a kind that the form has no text for is fatal.
 class BencodedEmitter {
  public:

@@ -384,6 +384,7 @@ class BencodedDict : public BencEntity {
 
   // The string to put the value of a parameter in: new, or the value that `key` has already. With
   // `multi` a key that comes again gets a list of all its values, and the string is a new one at the end.
+  // Requires: `key` is not null.
   BencEntity* AppendMultiple(char* key, bool multi);
 
   // Removes the entry with `key` and frees its value; a missing key is ignored.

@@ -1,11 +1,19 @@
 // Request targets, "path?key=value&key=value", as dictionaries.
 #include "core/bencoding.h"
+#include "core/fatal.h"
 #include "core/string.h"
 #include "core/util_url.h"
 
 namespace core {
 
+namespace {
+
+constexpr char kSource[] = "core/bencoding";
+
+}  // namespace
+
 BencEntity* BencodedDict::AppendMultiple(char* key, bool multi) {
+  AssertAt(key != nullptr, kSource, __LINE__);
   BencEntity* present = multi ? Get(key) : nullptr;
   if (!present) {
     return InsertString(key, nullptr, 0);

@@ -125,6 +125,22 @@ TEST_F(HugeStrings, TheListingHoldsThemWhole) {
   MyFree(text);
 }
 
+TEST_F(HugeStrings, SerializeWritesTheirKeysWhole) {
+  const char* text = Text(kTooLong);
+  ASSERT_NE(nullptr, text);
+  Owned<BencodedDict> dict;
+  BencEntity one;
+  one.SetInt(1);
+  BencTree::Dict(dict)->insert(BencArray<char>(BorrowedBytes<char>{text, kTooLong}), one);
+  size_t len = 0;
+  unsigned char* bytes = dict.Serialize(&len);
+  constexpr string_view kBegin = "d2147483648:xxx";
+  EXPECT_EQ(string_view("d2147483648:i1ee").size() + kTooLong, len);
+  EXPECT_EQ(kBegin, string_view(reinterpret_cast<char*>(bytes), kBegin.size()));
+  EXPECT_EQ("xi1ee", string_view(reinterpret_cast<char*>(bytes) + len - 5, 5));
+  MyFree(bytes);
+}
+
 TEST_F(HugeStrings, DecodingCountsAsFarAsAnIntGoes) {
   const char* text = Text(kTooLong);
   ASSERT_NE(nullptr, text);

@@ -147,6 +147,14 @@ TEST_F(Emitter, WritesRawBytesAsTheyAre) {
   }
 }
 
+TEST_F(Emitter, WritesItsOwnOutputAgain) {
+  const std::string text(4096, 'x');
+  EXPECT_EQ(text + text, Emitted([&](BencodedEmitter& out) {
+              out.Emit(text.data(), text.size());
+              out.Emit(out.data(), out.size());
+            }));
+}
+
 TEST_F(Emitter, WritesNoRawBytesForLengthZero) {
   EXPECT_EQ("", Emitted([](BencodedEmitter& out) {
               out.Emit(nullptr, 0);

@@ -289,6 +289,12 @@ TEST_F(AppendMultiple, AppendsToAListThatIsThere) {
   EXPECT_EQ("d1:kl0:0:ee", Bencoded(dict));
 }
 
+TEST_F(AppendMultiple, ANullKeyIsFatal) {
+  OwnedDict dict;
+  EXPECT_FATAL_ANY_LINE(dict.AppendMultiple(nullptr, false), "core/bencoding");
+  EXPECT_FATAL_ANY_LINE(dict.AppendMultiple(nullptr, true), "core/bencoding");
+}
+
 TEST_F(AppendMultiple, WorksOnADecodedDictionary) {
   for (auto mode : {BencTreeOf::kCopied, BencTreeOf::kInPlace}) {
     BencTreeOf tree("d1:k1:v1:ll1:xee", mode);
