@@ -1,7 +1,7 @@
 #import "QuickLookPlugin/StringBytes.h"
 
 #include "QuickLookPlugin/utf16.h"
-#include "core/mem1.h"
+#include "core/base/mem1.h"
 
 namespace reader {
 

@@ -11,11 +11,11 @@
 #include "QuickLookPlugin/path_helpers.h"
 #include "QuickLookPlugin/tree_budget.h"
 #include "QuickLookPlugin/web_seed_summary.h"
-#include "core/DecodeEncodedString.h"
-#include "core/bencoding.h"
-#include "core/mem1.h"
-#include "core/nustr.h"
-#include "core/strfmt.h"
+#include "core/base/mem1.h"
+#include "core/bencode/bencoding.h"
+#include "core/format/strfmt.h"
+#include "core/text/DecodeEncodedString.h"
+#include "core/text/nustr.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "core/string.h"
+#include "core/text/string.h"
 
 namespace reader {
 

@@ -1,7 +1,7 @@
 // The code page that a torrent declares for its text.
 #pragma once
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 
 namespace reader {
 

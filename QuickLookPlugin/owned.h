@@ -3,7 +3,7 @@
 
 #import <Foundation/Foundation.h>
 
-#include "core/mem1.h"
+#include "core/base/mem1.h"
 
 namespace reader {
 

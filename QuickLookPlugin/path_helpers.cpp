@@ -3,8 +3,8 @@
 #include <string.h>
 
 #include "QuickLookPlugin/limits.h"
-#include "core/DecodeEncodedString.h"
-#include "core/mem1.h"
+#include "core/base/mem1.h"
+#include "core/text/DecodeEncodedString.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Relative file paths out of a torrent's lists of path components.
 #pragma once
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 
 // Joins the components of a path with '/', each decoded by `code_page` and cleaned by SanitizeCopy.
 // Empty components, "." and ".." are left out.

@@ -1,6 +1,6 @@
 #include "QuickLookPlugin/path_table.h"
 
-#include "core/mem1.h"
+#include "core/base/mem1.h"
 
 namespace reader {
 

@@ -1,5 +1,5 @@
 // The host services that the core library expects and the importer has no use for.
-#include "core/host.h"
+#include "core/base/host.h"
 
 // The two unavailable services stop in every build. Where the C library's assert prints the whole
 // signature or only the last part of the file name, make it print the plain ones.

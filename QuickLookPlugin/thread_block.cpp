@@ -2,9 +2,9 @@
 #include <pthread.h>
 #include <stddef.h>
 
-#include "core/fatal.h"
-#include "core/host.h"
-#include "core/mem1.h"
+#include "core/base/fatal.h"
+#include "core/base/host.h"
+#include "core/base/mem1.h"
 
 namespace core {
 namespace {

@@ -1,8 +1,8 @@
 #include "QuickLookPlugin/tree_budget.h"
 
 #include "QuickLookPlugin/limits.h"
-#include "core/bencparser.h"
-#include "core/mem1.h"
+#include "core/base/mem1.h"
+#include "core/bencode/bencparser.h"
 
 namespace reader {
 

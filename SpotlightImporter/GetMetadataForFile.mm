@@ -6,7 +6,7 @@
 #include "QuickLookPlugin/TorrentInfo.h"
 #include "QuickLookPlugin/owned.h"
 #include "SpotlightImporter/SizeText.h"
-#include "core/strfmt.h"
+#include "core/format/strfmt.h"
 
 @implementation TorrentInfo (SizeText)
 

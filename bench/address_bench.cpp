@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "bench/comparison.h"
-#include "core/sockaddr.h"
-#include "core/strfmt.h"
+#include "core/format/strfmt.h"
+#include "core/net/sockaddr.h"
 
 namespace {
 

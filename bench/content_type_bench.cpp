@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "bench/comparison.h"
-#include "core/util_mime.h"
-#include "core/util_mime_tables.h"
+#include "core/util/util_mime.h"
+#include "core/util/util_mime_tables.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "bench/comparison.h"
 #include "bench/generate.h"
 #include "bench/peer.h"
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 
 namespace {
 

@@ -14,8 +14,8 @@
 #include "bench/comparison.h"
 #include "bench/generate.h"
 #include "bench/peer.h"
-#include "core/bencoding.h"
-#include "core/mem1.h"
+#include "core/base/mem1.h"
+#include "core/bencode/bencoding.h"
 
 namespace {
 

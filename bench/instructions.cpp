@@ -11,8 +11,8 @@
 
 #include "bench/bytes.h"
 #include "bench/importer.h"
-#include "core/bencoding.h"
-#include "core/bencparser.h"
+#include "core/bencode/bencoding.h"
+#include "core/bencode/bencparser.h"
 
 namespace {
 

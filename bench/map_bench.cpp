@@ -18,8 +18,8 @@
 #include "bench/comparison.h"
 #include "bench/generate.h"
 #include "bench/peer.h"
-#include "core/bencarray.h"
-#include "core/bencoding.h"
+#include "core/bencode/bencarray.h"
+#include "core/bencode/bencoding.h"
 
 namespace {
 

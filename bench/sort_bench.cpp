@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "bench/comparison.h"
-#include "core/util_random.h"
-#include "core/util_sort.h"
+#include "core/util/util_random.h"
+#include "core/util/util_sort.h"
 
 namespace {
 

@@ -15,10 +15,10 @@
 #include <vector>
 
 #include "bench/comparison.h"
-#include "core/DecodeEncodedString.h"
-#include "core/mem1.h"
-#include "core/nustr.h"
-#include "core/strfmt.h"
+#include "core/base/mem1.h"
+#include "core/format/strfmt.h"
+#include "core/text/DecodeEncodedString.h"
+#include "core/text/nustr.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <optional>
 #include <string>
 
-#include "core/sockaddr.h"
-#include "core/strfmt.h"
-#include "core/util_ip.h"
+#include "core/format/strfmt.h"
+#include "core/net/sockaddr.h"
+#include "core/net/util_ip.h"
 #include "fuzz/address_model.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"

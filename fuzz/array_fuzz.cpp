@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "core/mem1.h"
-#include "core/templates.h"
+#include "core/base/mem1.h"
+#include "core/containers/templates.h"
 #include "fuzz/array_model.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"

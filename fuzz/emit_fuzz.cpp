@@ -10,8 +10,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/bencoding.h"
-#include "core/mem1.h"
+#include "core/base/mem1.h"
+#include "core/bencode/bencoding.h"
 #include "fuzz/emit_model.h"
 #include "fuzz/fuzz_check.h"
 #include "tests/support/benc_model.h"

@@ -3,7 +3,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-#include "core/fatal.h"
+#include "core/base/fatal.h"
 
 namespace core {
 

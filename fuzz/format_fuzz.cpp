@@ -6,8 +6,8 @@
 
 #include <memory>
 
-#include "core/mem1.h"
-#include "core/strfmt.h"
+#include "core/base/mem1.h"
+#include "core/format/strfmt.h"
 #include "fuzz/argument_list.h"
 #include "fuzz/format_input.h"
 #include "fuzz/format_model.h"

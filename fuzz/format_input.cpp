@@ -6,7 +6,7 @@
 #include <limits>
 #include <string_view>
 
-#include "core/sockaddr.h"
+#include "core/net/sockaddr.h"
 
 namespace {
 

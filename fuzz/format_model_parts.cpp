@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/sockaddr.h"
+#include "core/net/sockaddr.h"
 
 namespace format_model {
 

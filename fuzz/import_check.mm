@@ -11,7 +11,7 @@
 
 #import "QuickLookPlugin/TorrentInfo.h"
 #include "SpotlightImporter/MetadataImporterPlugin.h"
-#include "core/host.h"
+#include "core/base/host.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/reader_model.h"
 #include "tests/faults/live_objects.h"

@@ -8,8 +8,8 @@
 #include <string>
 #include <utility>
 
-#include "core/bencarray.h"
-#include "core/templates_map.h"
+#include "core/bencode/bencarray.h"
+#include "core/containers/templates_map.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"
 #include "fuzz/no_leak.h"

@@ -1,7 +1,7 @@
 // Blocks that a fuzz target's input must not leave behind.
 #pragma once
 
-#include "core/host.h"
+#include "core/base/host.h"
 #include "fuzz/fuzz_check.h"
 #include "tests/support/platform_memory.h"
 

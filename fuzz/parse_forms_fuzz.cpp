@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"
 #include "tests/support/benc_model.h"

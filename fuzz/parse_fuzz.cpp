@@ -3,7 +3,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "fuzz/fuzz_check.h"
 #include "tests/support/benc_model.h"
 #include "tests/support/benc_same.h"

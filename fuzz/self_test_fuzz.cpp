@@ -3,7 +3,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "core/fatal.h"
+#include "core/base/fatal.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const bool bad = size >= 3 && data[0] == 'b' && data[1] == 'a' && data[2] == 'd';

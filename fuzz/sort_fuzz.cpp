@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "core/util_random.h"
-#include "core/util_sort.h"
+#include "core/util/util_random.h"
+#include "core/util/util_sort.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"
 #include "tests/support/exact_bytes.h"

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "core/nustr.h"
-#include "core/string.h"
+#include "core/text/nustr.h"
+#include "core/text/string.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"
 #include "fuzz/no_leak.h"

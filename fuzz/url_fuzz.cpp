@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "core/bencoding.h"
-#include "core/util_mime.h"
-#include "core/util_path.h"
-#include "core/util_url.h"
+#include "core/bencode/bencoding.h"
+#include "core/util/util_mime.h"
+#include "core/util/util_path.h"
+#include "core/util/util_url.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"
 #include "fuzz/no_leak.h"

@@ -8,9 +8,9 @@
 
 #include <memory>
 
-#include "core/DecodeEncodedString.h"
-#include "core/nustr.h"
-#include "core/string.h"
+#include "core/text/DecodeEncodedString.h"
+#include "core/text/nustr.h"
+#include "core/text/string.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"
 #include "fuzz/utf8_model.h"

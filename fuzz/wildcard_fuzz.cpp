@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/string.h"
+#include "core/text/string.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"
 #include "tests/support/text.h"

@@ -6,7 +6,7 @@
 #include <deque>
 #include <vector>
 
-#include "core/templates.h"
+#include "core/containers/templates.h"
 #include "tests/support/arrays.h"
 #include "tests/support/fatal.h"
 #include "tests/support/test_host.h"

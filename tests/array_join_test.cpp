@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/mem1.h"
-#include "core/templates.h"
+#include "core/base/mem1.h"
+#include "core/containers/templates.h"
 #include "tests/support/arrays.h"
 #include "tests/support/test_host.h"
 

@@ -8,7 +8,7 @@
 #include <random>
 #include <string>
 
-#include "core/templates.h"
+#include "core/containers/templates.h"
 #include "tests/support/exact_bytes.h"
 
 namespace core {

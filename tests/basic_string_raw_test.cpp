@@ -2,9 +2,9 @@
 
 #include <type_traits>
 
-#include "core/mem1.h"
-#include "core/nustr.h"
-#include "core/string.h"
+#include "core/base/mem1.h"
+#include "core/text/nustr.h"
+#include "core/text/string.h"
 #include "tests/support/test_host.h"
 #include "tests/support/text.h"
 

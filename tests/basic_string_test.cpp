@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/nustr.h"
-#include "core/string.h"
+#include "core/text/nustr.h"
+#include "core/text/string.h"
 #include "tests/support/fatal.h"
 #include "tests/support/huge_text.h"
 #include "tests/support/test_host.h"

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/bencoding.h"
-#include "core/mem1.h"
+#include "core/base/mem1.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_building.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/fatal.h"

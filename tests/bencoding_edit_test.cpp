@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "core/bencoding.h"
-#include "core/mem1.h"
-#include "core/string.h"
+#include "core/base/mem1.h"
+#include "core/bencode/bencoding.h"
+#include "core/text/string.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/exact_bytes.h"

@@ -7,10 +7,10 @@
 #include <string>
 #include <string_view>
 
-#include "core/DecodeEncodedString.h"
-#include "core/bencoding.h"
-#include "core/benctree.h"
-#include "core/mem1.h"
+#include "core/base/mem1.h"
+#include "core/bencode/bencoding.h"
+#include "core/bencode/benctree.h"
+#include "core/text/DecodeEncodedString.h"
 #include "tests/support/fatal.h"
 #include "tests/support/huge_text.h"
 #include "tests/support/repeating_memory.h"

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_building.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"

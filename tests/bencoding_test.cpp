@@ -1,5 +1,5 @@
 // Values: freeing, moving, and every reader on the right kind, the wrong kind and nothing.
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 
 #include <gtest/gtest.h>
 #include <limits.h>
@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "core/mem1.h"
-#include "core/strfmt.h"
+#include "core/base/mem1.h"
+#include "core/format/strfmt.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/exact_bytes.h"

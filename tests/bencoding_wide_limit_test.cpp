@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 #include <limits.h>
 
-#include "core/DecodeEncodedString.h"
-#include "core/mem1.h"
-#include "core/nustr.h"
+#include "core/base/mem1.h"
+#include "core/text/DecodeEncodedString.h"
+#include "core/text/nustr.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/fatal.h"
 

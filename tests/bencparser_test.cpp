@@ -1,6 +1,6 @@
 // The tokenizer and the element finder: every token, every way to be malformed, and nothing read or
 // skipped beyond the end of the input.
-#include "core/bencparser.h"
+#include "core/bencode/bencparser.h"
 
 #include <gtest/gtest.h>
 #include <stdint.h>

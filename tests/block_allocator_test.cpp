@@ -10,7 +10,7 @@
 #include <set>
 #include <vector>
 
-#include "core/util.h"
+#include "core/util/util.h"
 #include "tests/support/fatal.h"
 
 using namespace core;

@@ -9,13 +9,13 @@
 #include <array>
 #include <string>
 
-#include "core/host.h"
-#include "core/mem1.h"
-#include "core/sockaddr.h"
-#include "core/strfmt.h"
-#include "core/util_ip.h"
-#include "core/util_path.h"
-#include "core/util_url.h"
+#include "core/base/host.h"
+#include "core/base/mem1.h"
+#include "core/format/strfmt.h"
+#include "core/net/sockaddr.h"
+#include "core/net/util_ip.h"
+#include "core/util/util_path.h"
+#include "core/util/util_url.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/test_host.h"

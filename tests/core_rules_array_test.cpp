@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "core/host.h"
-#include "core/mem1.h"
-#include "core/memutils.h"
-#include "core/templates.h"
+#include "core/base/host.h"
+#include "core/base/mem1.h"
+#include "core/base/memutils.h"
+#include "core/containers/templates.h"
 #include "tests/support/arrays.h"
 #include "tests/support/fatal.h"
 #include "tests/support/stack_limit.h"

@@ -8,10 +8,10 @@
 #include <string>
 #include <string_view>
 
-#include "core/basic_string.h"
-#include "core/bencoding.h"
-#include "core/mem1.h"
-#include "core/string.h"
+#include "core/base/mem1.h"
+#include "core/bencode/bencoding.h"
+#include "core/text/basic_string.h"
+#include "core/text/string.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/fatal.h"

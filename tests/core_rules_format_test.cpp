@@ -10,8 +10,8 @@
 
 #include <string>
 
-#include "core/mem1.h"
-#include "core/strfmt.h"
+#include "core/base/mem1.h"
+#include "core/format/strfmt.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/formatted.h"

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
-#include "core/basic_string.h"
-#include "core/mem1.h"
-#include "core/string.h"
+#include "core/base/mem1.h"
+#include "core/text/basic_string.h"
+#include "core/text/string.h"
 #include "tests/support/platform_memory.h"
 
 using namespace core;

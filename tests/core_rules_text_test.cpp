@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "core/DecodeEncodedString.h"
-#include "core/host.h"
-#include "core/mem1.h"
-#include "core/nustr.h"
-#include "core/strfmt.h"
-#include "core/string.h"
+#include "core/base/host.h"
+#include "core/base/mem1.h"
+#include "core/format/strfmt.h"
+#include "core/text/DecodeEncodedString.h"
+#include "core/text/nustr.h"
+#include "core/text/string.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/scoped_locale.h"

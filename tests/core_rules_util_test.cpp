@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "core/util_mime.h"
-#include "core/util_random.h"
-#include "core/util_sort.h"
+#include "core/util/util_mime.h"
+#include "core/util/util_random.h"
+#include "core/util/util_sort.h"
 #include "tests/support/content_tables.h"
 #include "tests/support/text.h"
 

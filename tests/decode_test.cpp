@@ -1,4 +1,4 @@
-#include "core/DecodeEncodedString.h"
+#include "core/text/DecodeEncodedString.h"
 
 #include <gtest/gtest.h>
 #include <limits.h>

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <utility>
 
-#include "core/bencemitter.h"
-#include "core/bencoding.h"
+#include "core/bencode/bencemitter.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/emitted.h"

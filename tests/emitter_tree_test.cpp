@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_model_text.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/emitted.h"

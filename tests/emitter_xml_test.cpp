@@ -9,9 +9,9 @@
 #include <string_view>
 #include <utility>
 
-#include "core/bencemitter.h"
-#include "core/bencoding.h"
-#include "core/templates.h"
+#include "core/bencode/bencemitter.h"
+#include "core/bencode/bencoding.h"
+#include "core/containers/templates.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/emitted.h"

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/strfmt.h"
-#include "core/templates.h"
+#include "core/containers/templates.h"
+#include "core/format/strfmt.h"
 #include "tests/support/fatal.h"
 #include "tests/support/formatted.h"
 #include "tests/support/guarded_buffer.h"

@@ -4,7 +4,7 @@
 #include <random>
 #include <string>
 
-#include "core/strfmt.h"
+#include "core/format/strfmt.h"
 #include "tests/support/formatted.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "core/mem1.h"
-#include "core/strfmt.h"
+#include "core/base/mem1.h"
+#include "core/format/strfmt.h"
 #include "tests/support/formatted.h"
 #include "tests/support/guarded_buffer.h"
 

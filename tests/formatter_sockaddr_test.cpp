@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/sockaddr.h"
-#include "core/strfmt.h"
+#include "core/format/strfmt.h"
+#include "core/net/sockaddr.h"
 #include "tests/support/fatal.h"
 #include "tests/support/formatted.h"
 #include "tests/support/guarded_buffer.h"

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "core/strfmt.h"
+#include "core/format/strfmt.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/formatted.h"
 

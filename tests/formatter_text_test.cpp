@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
-#include "core/strfmt.h"
-#include "core/templates.h"
+#include "core/containers/templates.h"
+#include "core/format/strfmt.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/formatted.h"

@@ -1,5 +1,5 @@
 // IP addresses from text.
-#include "core/util.h"
+#include "core/util/util.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/templates_map.h"
+#include "core/containers/templates_map.h"
 #include "tests/support/fatal.h"
 #include "tests/support/map_nodes.h"
 #include "tests/support/small_stack.h"

@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "core/bencarray.h"
-#include "core/bencoding.h"
-#include "core/templates_map.h"
+#include "core/bencode/bencarray.h"
+#include "core/bencode/bencoding.h"
+#include "core/containers/templates_map.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/platform_memory.h"
 

@@ -13,8 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "core/bencarray.h"
-#include "core/templates_map.h"
+#include "core/bencode/bencarray.h"
+#include "core/containers/templates_map.h"
 #include "tests/support/map_model.h"
 #include "tests/support/map_nodes.h"
 #include "tests/support/platform_memory.h"

@@ -1,4 +1,4 @@
-#include "core/templates_map.h"
+#include "core/containers/templates_map.h"
 
 #include <gtest/gtest.h>
 #include <stddef.h>

@@ -12,11 +12,11 @@
 #include <thread>
 #include <vector>
 
-#include "core/fatal.h"
-#include "core/host.h"
-#include "core/mem1.h"
-#include "core/memutils.h"
-#include "core/templates.h"
+#include "core/base/fatal.h"
+#include "core/base/host.h"
+#include "core/base/mem1.h"
+#include "core/base/memutils.h"
+#include "core/containers/templates.h"
 #include "tests/support/fatal.h"
 #include "tests/support/test_host.h"
 

@@ -8,9 +8,9 @@
 #include <thread>
 #include <vector>
 
-#include "core/host.h"
-#include "core/util.h"
-#include "core/util_mime_tables.h"
+#include "core/base/host.h"
+#include "core/util/util.h"
+#include "core/util/util_mime_tables.h"
 #include "tests/support/content_tables.h"
 #include "tests/support/scoped_locale.h"
 #include "tests/support/text.h"

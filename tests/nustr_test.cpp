@@ -1,4 +1,4 @@
-#include "core/nustr.h"
+#include "core/text/nustr.h"
 
 #include <errno.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-#include "core/DecodeEncodedString.h"
+#include "core/text/DecodeEncodedString.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/test_host.h"

@@ -6,7 +6,7 @@
 #include <random>
 #include <string>
 
-#include "core/util.h"
+#include "core/util/util.h"
 #include "tests/support/guarded_buffer.h"
 
 using namespace core;

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/util.h"
+#include "core/util/util.h"
 #include "tests/support/test_host.h"
 #include "tests/support/text.h"
 

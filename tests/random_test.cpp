@@ -1,4 +1,4 @@
-#include "core/util_random.h"
+#include "core/util/util_random.h"
 
 #include <gtest/gtest.h>
 #include <stddef.h>

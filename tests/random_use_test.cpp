@@ -8,7 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "core/util_random.h"
+#include "core/util/util_random.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/random_model.h"
 

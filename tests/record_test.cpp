@@ -1,4 +1,4 @@
-#include "core/record.h"
+#include "core/base/record.h"
 
 #include <gtest/gtest.h>
 #include <string.h>

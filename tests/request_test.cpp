@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/emitted.h"

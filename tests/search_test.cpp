@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "core/util_sort.h"
+#include "core/util/util_sort.h"
 
 namespace core {
 namespace {

@@ -8,8 +8,8 @@
 
 #include <string>
 
-#include "core/bencoding.h"
-#include "core/mem1.h"
+#include "core/base/mem1.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_tree.h"
 #include "tests/support/emitted.h"

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/sockaddr.h"
+#include "core/net/sockaddr.h"
 #include "tests/support/fatal.h"
 #include "tests/support/stack_limit.h"
 #include "tests/support/text.h"

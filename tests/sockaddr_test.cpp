@@ -1,5 +1,5 @@
 // Socket addresses as values: construction, compact form, order, rounding, reverse names.
-#include "core/sockaddr.h"
+#include "core/net/sockaddr.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/mem1.h"
+#include "core/base/mem1.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/guarded_buffer.h"

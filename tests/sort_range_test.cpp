@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "core/util_sort.h"
+#include "core/util/util_sort.h"
 #include "tests/support/page_end.h"
 #include "tests/support/small_stack.h"
 #include "tests/support/sort_model.h"

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "core/util_sort.h"
+#include "core/util/util_sort.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/sort_model.h"
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/string.h"
+#include "core/text/string.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/test_host.h"
 #include "tests/support/text.h"

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "core/strfmt.h"
-#include "core/string.h"
+#include "core/format/strfmt.h"
+#include "core/text/string.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/scoped_locale.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/string.h"
+#include "core/text/string.h"
 #include "tests/support/fatal.h"
 #include "tests/support/test_host.h"
 #include "tests/support/text.h"

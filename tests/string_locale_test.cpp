@@ -6,10 +6,10 @@
 #include <string>
 #include <thread>
 
-#include "core/host.h"
-#include "core/nustr.h"
-#include "core/strfmt.h"
-#include "core/string.h"
+#include "core/base/host.h"
+#include "core/format/strfmt.h"
+#include "core/text/nustr.h"
+#include "core/text/string.h"
 #include "tests/support/fatal.h"
 #include "tests/support/scoped_locale.h"
 #include "tests/support/test_host.h"

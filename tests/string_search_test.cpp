@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/string.h"
+#include "core/text/string.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/scoped_locale.h"
 #include "tests/support/text.h"

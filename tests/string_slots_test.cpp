@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "core/nustr.h"
-#include "core/string.h"
+#include "core/text/nustr.h"
+#include "core/text/string.h"
 #include "tests/support/fatal.h"
 #include "tests/support/test_host.h"
 #include "tests/support/text.h"

@@ -1,5 +1,5 @@
 // Comparison, prefixes and suffixes.
-#include "core/string.h"
+#include "core/text/string.h"
 
 #include <gtest/gtest.h>
 #include <limits.h>

@@ -6,8 +6,8 @@
 #include <new>
 #include <string>
 
-#include "core/host.h"
-#include "core/string.h"
+#include "core/base/host.h"
+#include "core/text/string.h"
 #include "tests/support/platform_memory.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "core/string.h"
+#include "core/text/string.h"
 #include "tests/support/small_stack.h"
 #include "tests/support/test_host.h"
 #include "tests/support/text.h"

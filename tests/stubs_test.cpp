@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "core/host.h"
+#include "core/base/host.h"
 
 namespace core {
 namespace {

@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include "core/host.h"
-#include "core/mem1.h"
+#include "core/base/host.h"
+#include "core/base/mem1.h"
 #include "tests/support/fatal.h"
 #include "tests/support/test_host.h"
 

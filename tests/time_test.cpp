@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/util.h"
+#include "core/util/util.h"
 #include "tests/support/scoped_time_zone.h"
 
 using namespace core;

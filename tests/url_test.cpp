@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/util.h"
+#include "core/util/util.h"
 #include "tests/support/platform_memory.h"
 #include "tests/support/text.h"
 

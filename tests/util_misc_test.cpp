@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/nustr.h"
-#include "core/util.h"
+#include "core/text/nustr.h"
+#include "core/util/util.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
 #include "tests/support/guarded_buffer.h"

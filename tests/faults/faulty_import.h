@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "SpotlightImporter/GetMetadataForFile.h"
-#include "core/host.h"
+#include "core/base/host.h"
 #include "tests/faults/system_calls.h"
 #include "tests/plugin/foundation_test.h"
 #include "tests/plugin/torrent_bytes.h"

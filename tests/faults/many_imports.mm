@@ -10,7 +10,7 @@
 #include <fstream>
 
 #include "SpotlightImporter/GetMetadataForFile.h"
-#include "core/host.h"
+#include "core/base/host.h"
 #include "tests/faults/imports.h"
 #include "tests/support/platform_memory.h"
 #include "tests/support/temp_folder.h"

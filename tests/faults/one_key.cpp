@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/host.h"
+#include "core/base/host.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "QuickLookPlugin/tree_budget.h"
 #include "bench/importer.h"
 #include "bench/usage.h"
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/hostile/shapes.h"
 #include "tests/hostile/thread_time.h"
 #include "tests/support/repeat.h"

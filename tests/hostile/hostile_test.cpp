@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "QuickLookPlugin/tree_budget.h"
-#include "core/bencoding.h"
-#include "core/host.h"
+#include "core/base/host.h"
+#include "core/bencode/bencoding.h"
 #include "tests/hostile/counted_memory.h"
 #include "tests/hostile/importing.h"
 #include "tests/hostile/shapes.h"

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "QuickLookPlugin/tree_budget.h"
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/hostile/counted_memory.h"
 #include "tests/hostile/importing.h"
 #include "tests/hostile/shapes.h"

@@ -2,7 +2,7 @@
 // what the importer takes.
 #include <gtest/gtest.h>
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/hostile/counted_memory.h"
 #include "tests/hostile/importing.h"
 #include "tests/hostile/shapes.h"

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "QuickLookPlugin/tree_budget.h"
-#include "core/bencoding.h"
-#include "core/bencparser.h"
+#include "core/bencode/bencoding.h"
+#include "core/bencode/bencparser.h"
 #include "tests/hostile/counted_memory.h"
 #include "tests/hostile/importing.h"
 #include "tests/hostile/shapes.h"

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/exact_bytes.h"
 
 struct Decoded {

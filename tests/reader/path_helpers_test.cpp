@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "QuickLookPlugin/limits.h"
-#include "core/mem1.h"
+#include "core/base/mem1.h"
 #include "tests/reader/decoded.h"
 #include "tests/reader/encoded.h"
 #include "tests/support/scoped_locale.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/host.h"
+#include "core/base/host.h"
 #include "tests/reader/encoded.h"
 #import "tests/reader/pool.h"
 #include "tests/support/scoped_locale.h"

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "QuickLookPlugin/limits.h"
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/reader/encoded.h"
 #include "tests/support/exact_bytes.h"
 

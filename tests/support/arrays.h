@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "core/templates.h"
+#include "core/containers/templates.h"
 
 namespace core {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_model.h"
 #include "tests/support/benc_same.h"
 #include "tests/support/exact_bytes.h"

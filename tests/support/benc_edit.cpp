@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
-#include "core/mem1.h"
-#include "core/templates.h"
+#include "core/base/mem1.h"
+#include "core/containers/templates.h"
 #include "tests/support/benc_peek.h"
 #include "tests/support/benc_same.h"
 #include "tests/support/repeat.h"

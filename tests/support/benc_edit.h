@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_model.h"
 #include "tests/support/exact_bytes.h"
 

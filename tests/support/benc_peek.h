@@ -1,7 +1,7 @@
 // Sets up bencode values that no decode makes, and looks at what no reader shows.
 #pragma once
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 
 struct BencPeek : core::BencEntity {
   static void SetKind(core::BencEntity& value, int kind) {

@@ -1,7 +1,7 @@
 // Whether a tree of the library is the one that the bencoding model has, by every reader there is.
 #pragma once
 
-#include "core/bencoding.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_model.h"
 
 namespace benc_model {

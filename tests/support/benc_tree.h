@@ -5,8 +5,8 @@
 
 #include <string_view>
 
-#include "core/bencoding.h"
-#include "core/host.h"
+#include "core/base/host.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/test_host.h"
 

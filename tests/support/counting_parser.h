@@ -1,7 +1,7 @@
 // A tokenizer that counts its tokens.
 #pragma once
 
-#include "core/bencparser.h"
+#include "core/bencode/bencparser.h"
 
 class CountingParser : public core::BencParser {
  public:

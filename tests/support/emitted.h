@@ -8,9 +8,9 @@
 #include <string>
 #include <string_view>
 
-#include "core/bencemitter.h"
-#include "core/bencoding.h"
-#include "core/mem1.h"
+#include "core/base/mem1.h"
+#include "core/bencode/bencemitter.h"
+#include "core/bencode/bencoding.h"
 #include "tests/support/benc_peek.h"
 
 // Everything that `work` makes a new emitter write.

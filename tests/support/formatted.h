@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/strfmt.h"
+#include "core/format/strfmt.h"
 
 // Keeps every call of the two sinks. Narrow text is held zero-extended.
 struct Recorder : core::FormatterOutputCallbackData {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "core/templates_map.h"
+#include "core/containers/templates_map.h"
 
 // A node whose pair is just its key.
 struct IntNode : core::MapPrivate::NodeBase {

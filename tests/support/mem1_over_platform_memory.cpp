@@ -8,4 +8,4 @@
 #define realloc test_host::PlatformRealloc
 #define free test_host::PlatformFree
 
-#include "core/mem1.cpp"  // NOLINT(bugprone-suspicious-include)
+#include "core/base/mem1.cpp"  // NOLINT(bugprone-suspicious-include)

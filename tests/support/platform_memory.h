@@ -23,7 +23,7 @@ long LiveBlocks();
 // Forgets the attempts and the pending failures.
 void ResetPlatformMemory();
 
-// What core/mem1.cpp calls in the tests. New blocks are filled with a pattern, so that reading one
+// What core/base/mem1.cpp calls in the tests. New blocks are filled with a pattern, so that reading one
 // before writing it shows. Sizes that no platform has are refused here, because a sanitizer's
 // allocator would stop the program.
 void* PlatformMalloc(size_t n);

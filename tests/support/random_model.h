@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "core/util_random.h"
+#include "core/util/util_random.h"
 
 namespace random_model {
 

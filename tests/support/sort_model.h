@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/util_sort.h"
+#include "core/util/util_sort.h"
 
 namespace sort_model {
 

@@ -4,8 +4,8 @@
 #include <map>
 #include <mutex>
 
-#include "core/host.h"
-#include "core/memutils.h"
+#include "core/base/host.h"
+#include "core/base/memutils.h"
 #include "tests/support/exact_bytes.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// The host that core's unit tests run in: what the library asks for in core/host.h, in a form that
+// The host that core's unit tests run in: what the library asks for in core/base/host.h, in a form that
 // lets a test count, answer, fail and restore. Counters and registrations are process-wide and safe
 // to use from any thread; a Scope puts everything back.
 #pragma once

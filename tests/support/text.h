@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/mem1.h"
+#include "core/base/mem1.h"
 
 template <class C>
 class ExactText {

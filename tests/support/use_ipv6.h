@@ -1,7 +1,7 @@
 // The setting that decides the unspecified socket address, for one test.
 #pragma once
 
-#include "core/sockaddr.h"
+#include "core/net/sockaddr.h"
 
 class UseIPv6 {
  public:

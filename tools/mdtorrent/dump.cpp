@@ -6,9 +6,9 @@
 
 #include "QuickLookPlugin/file_bytes.h"
 #include "QuickLookPlugin/tree_budget.h"
-#include "core/bencoding.h"
-#include "core/bencwalk.h"
-#include "core/templates.h"
+#include "core/bencode/bencoding.h"
+#include "core/bencode/bencwalk.h"
+#include "core/containers/templates.h"
 #include "tools/mdtorrent/failure.h"
 
 namespace mdtorrent {

@@ -13,7 +13,7 @@
 #include <memory>
 #include <string_view>
 
-#include "core/memutils.h"
+#include "core/base/memutils.h"
 #include "tests/macho/image.h"
 #include "tests/macho/resolver.h"
 #include "tests/macho/shims.h"
