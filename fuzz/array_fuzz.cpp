@@ -10,10 +10,10 @@
 
 #include "core/base/mem1.h"
 #include "core/containers/templates.h"
-#include "fuzz/array_model.h"
-#include "fuzz/fuzz_check.h"
-#include "fuzz/fuzz_input.h"
-#include "fuzz/no_leak.h"
+#include "fuzz/models/array_model.h"
+#include "fuzz/support/fuzz_check.h"
+#include "fuzz/support/fuzz_input.h"
+#include "fuzz/support/no_leak.h"
 #include "tests/support/exact_bytes.h"
 
 namespace {

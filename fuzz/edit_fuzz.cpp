@@ -5,8 +5,8 @@
 
 #include <string_view>
 
-#include "fuzz/fuzz_check.h"
-#include "fuzz/fuzz_input.h"
+#include "fuzz/support/fuzz_check.h"
+#include "fuzz/support/fuzz_input.h"
 #include "tests/support/benc_edit.h"
 #include "tests/support/test_host.h"
 

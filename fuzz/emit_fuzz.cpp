@@ -12,8 +12,8 @@
 
 #include "core/base/mem1.h"
 #include "core/bencode/bencoding.h"
-#include "fuzz/emit_model.h"
-#include "fuzz/fuzz_check.h"
+#include "fuzz/models/emit_model.h"
+#include "fuzz/support/fuzz_check.h"
 #include "tests/support/benc_model.h"
 #include "tests/support/benc_model_text.h"
 #include "tests/support/benc_same.h"

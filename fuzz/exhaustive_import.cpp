@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "fuzz/import_check.h"
+#include "fuzz/support/import_check.h"
 
 namespace {
 

@@ -8,10 +8,10 @@
 
 #include "core/base/mem1.h"
 #include "core/format/strfmt.h"
-#include "fuzz/argument_list.h"
-#include "fuzz/format_input.h"
-#include "fuzz/format_model.h"
-#include "fuzz/fuzz_check.h"
+#include "fuzz/models/format_model.h"
+#include "fuzz/support/argument_list.h"
+#include "fuzz/support/format_input.h"
+#include "fuzz/support/fuzz_check.h"
 #include "tests/support/test_host.h"
 
 namespace {

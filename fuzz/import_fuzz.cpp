@@ -5,8 +5,8 @@
 
 #include <string_view>
 
-#include "fuzz/fuzz_check.h"
-#include "fuzz/import_check.h"
+#include "fuzz/support/fuzz_check.h"
+#include "fuzz/support/import_check.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string fault = ImportFault({reinterpret_cast<const char*>(data), size});

@@ -3,11 +3,11 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "fuzz/fuzz_check.h"
-#include "fuzz/fuzz_input.h"
-#include "fuzz/import_check.h"
-#include "fuzz/reader_model.h"
-#include "fuzz/torrent_builder.h"
+#include "fuzz/models/reader_model.h"
+#include "fuzz/support/fuzz_check.h"
+#include "fuzz/support/fuzz_input.h"
+#include "fuzz/support/import_check.h"
+#include "fuzz/support/torrent_builder.h"
 
 namespace {
 

@@ -10,9 +10,9 @@
 
 #include "core/bencode/bencarray.h"
 #include "core/containers/templates_map.h"
-#include "fuzz/fuzz_check.h"
-#include "fuzz/fuzz_input.h"
-#include "fuzz/no_leak.h"
+#include "fuzz/support/fuzz_check.h"
+#include "fuzz/support/fuzz_input.h"
+#include "fuzz/support/no_leak.h"
 #include "tests/support/map_model.h"
 
 namespace {

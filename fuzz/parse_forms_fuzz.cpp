@@ -7,8 +7,8 @@
 #include <string>
 
 #include "core/bencode/bencoding.h"
-#include "fuzz/fuzz_check.h"
-#include "fuzz/fuzz_input.h"
+#include "fuzz/support/fuzz_check.h"
+#include "fuzz/support/fuzz_input.h"
 #include "tests/support/benc_model.h"
 #include "tests/support/benc_same.h"
 #include "tests/support/exact_bytes.h"

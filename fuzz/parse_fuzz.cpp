@@ -4,7 +4,7 @@
 #include <stdint.h>
 
 #include "core/bencode/bencoding.h"
-#include "fuzz/fuzz_check.h"
+#include "fuzz/support/fuzz_check.h"
 #include "tests/support/benc_model.h"
 #include "tests/support/benc_same.h"
 #include "tests/support/counting_parser.h"

@@ -11,8 +11,8 @@
 
 #include "core/util/util_random.h"
 #include "core/util/util_sort.h"
-#include "fuzz/fuzz_check.h"
-#include "fuzz/fuzz_input.h"
+#include "fuzz/support/fuzz_check.h"
+#include "fuzz/support/fuzz_input.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/random_model.h"
 #include "tests/support/sort_model.h"

@@ -13,10 +13,10 @@
 
 #include "core/text/nustr.h"
 #include "core/text/string.h"
-#include "fuzz/fuzz_check.h"
-#include "fuzz/fuzz_input.h"
-#include "fuzz/no_leak.h"
-#include "fuzz/strings_model.h"
+#include "fuzz/models/strings_model.h"
+#include "fuzz/support/fuzz_check.h"
+#include "fuzz/support/fuzz_input.h"
+#include "fuzz/support/no_leak.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/text.h"
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "core/text/string.h"
-#include "fuzz/fuzz_check.h"
-#include "fuzz/fuzz_input.h"
+#include "fuzz/support/fuzz_check.h"
+#include "fuzz/support/fuzz_input.h"
 #include "tests/support/text.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/fuzz_input.h"
+#include "fuzz/support/fuzz_input.h"
 
 // A format whose directives are complete, and arguments of the types that it takes.
 class FormatInput {

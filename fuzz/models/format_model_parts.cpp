@@ -1,4 +1,4 @@
-#include "fuzz/format_model_parts.h"
+#include "fuzz/models/format_model_parts.h"
 
 #include <arpa/inet.h>
 #include <string.h>

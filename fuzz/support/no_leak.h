@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/base/host.h"
-#include "fuzz/fuzz_check.h"
+#include "fuzz/support/fuzz_check.h"
 #include "tests/support/platform_memory.h"
 
 // Checks, at the end of the scope, that as many of the library's blocks are in use as at its start. The

@@ -1,4 +1,4 @@
-#include "fuzz/reader_model_text.h"
+#include "fuzz/models/reader_model_text.h"
 
 #include <stdlib.h>
 #include <wchar.h>

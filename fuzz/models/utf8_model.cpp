@@ -1,4 +1,4 @@
-#include "fuzz/utf8_model.h"
+#include "fuzz/models/utf8_model.h"
 
 #include <limits.h>
 #include <stdint.h>

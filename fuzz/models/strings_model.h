@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/text_model.h"
+#include "fuzz/models/text_model.h"
 
 namespace strings_model {
 

@@ -10,14 +10,14 @@ import pathlib
 import shutil
 import sys
 
-HERE = pathlib.Path(__file__).resolve().parent
+SEEDS = pathlib.Path(__file__).resolve().parents[1] / "seeds"
 
 
 def all_seeds():
     """The seeds of every target: {target: {name: bytes}}."""
-    sys.path.insert(0, str(HERE / "seeds"))
+    sys.path.insert(0, str(SEEDS))
     seeds = {}
-    for module in sorted((HERE / "seeds").glob("*_seeds.py")):
+    for module in sorted(SEEDS.glob("*_seeds.py")):
         seeds.update(importlib.import_module(module.stem).SEEDS)
     return seeds
 

@@ -1,4 +1,4 @@
-#include "fuzz/torrent_builder.h"
+#include "fuzz/support/torrent_builder.h"
 
 #include <algorithm>
 #include <utility>

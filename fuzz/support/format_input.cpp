@@ -1,4 +1,4 @@
-#include "fuzz/format_input.h"
+#include "fuzz/support/format_input.h"
 
 #include <limits.h>
 

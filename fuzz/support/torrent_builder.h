@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/fuzz_input.h"
+#include "fuzz/support/fuzz_input.h"
 
 namespace torrent_builder {
 

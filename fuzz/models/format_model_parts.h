@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "fuzz/format_model.h"
+#include "fuzz/models/format_model.h"
 
 namespace format_model {
 

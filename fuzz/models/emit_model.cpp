@@ -1,4 +1,4 @@
-#include "fuzz/emit_model.h"
+#include "fuzz/models/emit_model.h"
 
 #include <expat.h>
 #include <stdio.h>

@@ -1,10 +1,10 @@
-#include "fuzz/reader_model.h"
+#include "fuzz/models/reader_model.h"
 
 #include <stdio.h>
 
 #include <algorithm>
 
-#include "fuzz/reader_model_text.h"
+#include "fuzz/models/reader_model_text.h"
 #include "tests/support/benc_model.h"
 
 namespace reader_model {

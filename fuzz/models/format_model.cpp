@@ -1,10 +1,10 @@
-#include "fuzz/format_model.h"
+#include "fuzz/models/format_model.h"
 
 #include <limits.h>
 
 #include <algorithm>
 
-#include "fuzz/format_model_parts.h"
+#include "fuzz/models/format_model_parts.h"
 
 namespace format_model {
 

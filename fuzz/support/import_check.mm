@@ -1,4 +1,4 @@
-#include "fuzz/import_check.h"
+#include "fuzz/support/import_check.h"
 
 #include <fcntl.h>
 #include <locale.h>
@@ -12,8 +12,8 @@
 #import "QuickLookPlugin/TorrentInfo.h"
 #include "SpotlightImporter/MetadataImporterPlugin.h"
 #include "core/base/host.h"
-#include "fuzz/fuzz_check.h"
-#include "fuzz/reader_model.h"
+#include "fuzz/models/reader_model.h"
+#include "fuzz/support/fuzz_check.h"
 #include "tests/faults/live_objects.h"
 #include "tests/support/platform_memory.h"
 

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "fuzz/text_model.h"
+#include "fuzz/models/text_model.h"
 
 namespace url_model {
 
