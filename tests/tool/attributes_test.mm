@@ -1,8 +1,8 @@
-#include "tools/mdtorrent/attributes.h"
+#include "tools/mdtorrent/import/attributes.h"
 
 #include <gtest/gtest.h>
 
-#include "tools/mdtorrent/json_writer.h"
+#include "tools/mdtorrent/output/json_writer.h"
 
 namespace mdtorrent {
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/bundle_path.h"
+#include "tools/mdtorrent/import/bundle_path.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/escape.h"
+#include "tools/mdtorrent/output/escape.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/utf8.h"
+#include "tools/mdtorrent/output/utf8.h"
 
 #include <gtest/gtest.h>
 

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "tools/mdtorrent/json_writer.h"
-#include "tools/mdtorrent/plist_writer.h"
-#include "tools/mdtorrent/utf8.h"
+#include "tools/mdtorrent/output/json_writer.h"
+#include "tools/mdtorrent/output/plist_writer.h"
+#include "tools/mdtorrent/output/utf8.h"
 
 namespace {
 

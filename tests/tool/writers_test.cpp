@@ -2,10 +2,10 @@
 
 #include <cmath>
 
-#include "tools/mdtorrent/json_writer.h"
-#include "tools/mdtorrent/mdls_writer.h"
-#include "tools/mdtorrent/plist_writer.h"
-#include "tools/mdtorrent/record_writer.h"
+#include "tools/mdtorrent/output/json_writer.h"
+#include "tools/mdtorrent/output/mdls_writer.h"
+#include "tools/mdtorrent/output/plist_writer.h"
+#include "tools/mdtorrent/output/record_writer.h"
 
 namespace mdtorrent {
 namespace {

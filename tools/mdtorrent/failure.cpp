@@ -8,7 +8,7 @@
 #include <optional>
 #include <system_error>
 
-#include "tools/mdtorrent/escape.h"
+#include "tools/mdtorrent/output/escape.h"
 
 namespace mdtorrent {
 namespace {

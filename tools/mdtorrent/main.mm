@@ -8,13 +8,13 @@
 #include <unistd.h>
 
 #include "platform/program.h"
-#include "tools/mdtorrent/bundle_path.h"
-#include "tools/mdtorrent/dump.h"
+#include "tools/mdtorrent/dump/dump.h"
 #include "tools/mdtorrent/failure.h"
+#include "tools/mdtorrent/import/bundle_path.h"
+#include "tools/mdtorrent/import/plugin.h"
+#include "tools/mdtorrent/import/run.h"
 #include "tools/mdtorrent/interrupt.h"
 #include "tools/mdtorrent/options.h"
-#include "tools/mdtorrent/plugin.h"
-#include "tools/mdtorrent/run.h"
 
 namespace mdtorrent {
 namespace {

@@ -5,7 +5,7 @@
 #include <map>
 #include <optional>
 
-#include "tools/mdtorrent/escape.h"
+#include "tools/mdtorrent/output/escape.h"
 
 namespace mdtorrent {
 namespace {

@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-#include "tools/mdtorrent/progress.h"
+#include "tools/mdtorrent/output/progress.h"
 
 namespace mdtorrent {
 

@@ -1,10 +1,10 @@
-#include "tools/mdtorrent/worker.h"
+#include "tools/mdtorrent/import/worker.h"
 
 #include <Foundation/Foundation.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "tools/mdtorrent/attributes.h"
+#include "tools/mdtorrent/import/attributes.h"
 
 namespace mdtorrent {
 namespace {

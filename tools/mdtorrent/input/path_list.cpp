@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/path_list.h"
+#include "tools/mdtorrent/input/path_list.h"
 
 #include <sys/stat.h>
 

@@ -1,8 +1,8 @@
 // Imports everything on a list and prints it.
 #pragma once
 
+#include "tools/mdtorrent/import/plugin.h"
 #include "tools/mdtorrent/options.h"
-#include "tools/mdtorrent/plugin.h"
 
 namespace mdtorrent {
 

@@ -5,8 +5,8 @@
 #include <optional>
 #include <utility>
 
-#include "tools/mdtorrent/ordered_output.h"
-#include "tools/mdtorrent/path_list.h"
+#include "tools/mdtorrent/input/path_list.h"
+#include "tools/mdtorrent/output/ordered_output.h"
 
 namespace mdtorrent {
 

@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/ordered_output.h"
+#include "tools/mdtorrent/output/ordered_output.h"
 
 #include <errno.h>
 

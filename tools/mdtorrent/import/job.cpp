@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/job.h"
+#include "tools/mdtorrent/import/job.h"
 
 #include "tools/mdtorrent/interrupt.h"
 

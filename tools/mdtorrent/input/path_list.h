@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "tools/mdtorrent/failure.h"
-#include "tools/mdtorrent/folder_walk.h"
-#include "tools/mdtorrent/line_reader.h"
+#include "tools/mdtorrent/input/folder_walk.h"
+#include "tools/mdtorrent/input/line_reader.h"
 
 namespace mdtorrent {
 

@@ -15,8 +15,8 @@
 #include <string>
 
 #include "tools/mdtorrent/failure.h"
-#include "tools/mdtorrent/progress.h"
-#include "tools/mdtorrent/record_writer.h"
+#include "tools/mdtorrent/output/progress.h"
+#include "tools/mdtorrent/output/record_writer.h"
 
 namespace mdtorrent {
 

@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/folder_walk.h"
+#include "tools/mdtorrent/input/folder_walk.h"
 
 #include <dirent.h>
 #include <errno.h>

@@ -1,12 +1,12 @@
-#include "tools/mdtorrent/run.h"
+#include "tools/mdtorrent/import/run.h"
 
 #include <stdio.h>
 #include <unistd.h>
 
-#include "tools/mdtorrent/escape.h"
 #include "tools/mdtorrent/failure.h"
+#include "tools/mdtorrent/import/worker.h"
 #include "tools/mdtorrent/interrupt.h"
-#include "tools/mdtorrent/worker.h"
+#include "tools/mdtorrent/output/escape.h"
 
 namespace mdtorrent {
 namespace {

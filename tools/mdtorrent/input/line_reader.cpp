@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/line_reader.h"
+#include "tools/mdtorrent/input/line_reader.h"
 
 #include <errno.h>
 #include <poll.h>

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "tools/mdtorrent/options.h"
-#include "tools/mdtorrent/value_writer.h"
+#include "tools/mdtorrent/output/value_writer.h"
 
 namespace mdtorrent {
 

@@ -1,8 +1,8 @@
-#include "tools/mdtorrent/json_writer.h"
+#include "tools/mdtorrent/output/json_writer.h"
 
 #include <cmath>
 
-#include "tools/mdtorrent/escape.h"
+#include "tools/mdtorrent/output/escape.h"
 
 namespace mdtorrent {
 

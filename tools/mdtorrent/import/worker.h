@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "tools/mdtorrent/job.h"
-#include "tools/mdtorrent/plugin.h"
+#include "tools/mdtorrent/import/job.h"
+#include "tools/mdtorrent/import/plugin.h"
 
 namespace mdtorrent {
 

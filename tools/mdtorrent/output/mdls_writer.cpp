@@ -1,6 +1,6 @@
-#include "tools/mdtorrent/mdls_writer.h"
+#include "tools/mdtorrent/output/mdls_writer.h"
 
-#include "tools/mdtorrent/escape.h"
+#include "tools/mdtorrent/output/escape.h"
 
 namespace mdtorrent {
 

@@ -1,10 +1,10 @@
-#include "tools/mdtorrent/record_writer.h"
+#include "tools/mdtorrent/output/record_writer.h"
 
-#include "tools/mdtorrent/escape.h"
-#include "tools/mdtorrent/json_writer.h"
-#include "tools/mdtorrent/mdls_writer.h"
-#include "tools/mdtorrent/plist_writer.h"
-#include "tools/mdtorrent/utf8.h"
+#include "tools/mdtorrent/output/escape.h"
+#include "tools/mdtorrent/output/json_writer.h"
+#include "tools/mdtorrent/output/mdls_writer.h"
+#include "tools/mdtorrent/output/plist_writer.h"
+#include "tools/mdtorrent/output/utf8.h"
 
 namespace mdtorrent {
 namespace {

@@ -4,7 +4,7 @@
 // characters as escapes of its own that no other reader undoes.
 #pragma once
 
-#include "tools/mdtorrent/value_writer.h"
+#include "tools/mdtorrent/output/value_writer.h"
 
 namespace mdtorrent {
 

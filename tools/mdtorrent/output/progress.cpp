@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/progress.h"
+#include "tools/mdtorrent/output/progress.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/escape.h"
+#include "tools/mdtorrent/output/escape.h"
 
 #include <stdint.h>
 #include <string.h>
@@ -6,7 +6,7 @@
 #include <array>
 #include <charconv>
 
-#include "tools/mdtorrent/utf8.h"
+#include "tools/mdtorrent/output/utf8.h"
 
 namespace mdtorrent {
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/attributes.h"
+#include "tools/mdtorrent/import/attributes.h"
 
 #include <string.h>
 
@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "tools/mdtorrent/utf8.h"
+#include "tools/mdtorrent/output/utf8.h"
 
 namespace mdtorrent {
 namespace {

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "tools/mdtorrent/value_writer.h"
+#include "tools/mdtorrent/output/value_writer.h"
 
 namespace mdtorrent {
 

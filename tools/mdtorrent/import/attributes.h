@@ -3,7 +3,7 @@
 
 #include <Foundation/Foundation.h>
 
-#include "tools/mdtorrent/record_writer.h"
+#include "tools/mdtorrent/output/record_writer.h"
 
 namespace mdtorrent {
 

@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/dump.h"
+#include "tools/mdtorrent/dump/dump.h"
 
 #include <errno.h>
 

@@ -1,4 +1,4 @@
-#include "tools/mdtorrent/plugin.h"
+#include "tools/mdtorrent/import/plugin.h"
 
 #include <CoreFoundation/CFPlugInCOM.h>
 #include <CoreServices/CoreServices.h>
@@ -9,8 +9,8 @@
 
 #include <memory>
 
-#include "tools/mdtorrent/file_system_string.h"
-#include "tools/mdtorrent/utf8.h"
+#include "tools/mdtorrent/input/file_system_string.h"
+#include "tools/mdtorrent/output/utf8.h"
 
 namespace mdtorrent {
 namespace {
