@@ -1,0 +1,93 @@
+#!/usr/bin/env python3
+"""Plants faults in a copy of the library and sees that the checks of scripts/lint name them."""
+
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+LEFT_ONLY = "a header includes only from its own room or one to its left"
+
+
+class PlantedFaults(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.root = pathlib.Path(scratch.name)
+        for folder in ("core", "docs"):
+            shutil.copytree(ROOT / folder, self.root / folder)
+
+    def faults(self, check):
+        command = [sys.executable, "-B", ROOT / "tools" / "lint" / check, self.root]
+        result = subprocess.run(command, capture_output=True, text=True)
+        self.assertEqual(result.stderr, "")
+        self.assertEqual(result.returncode, 1 if result.stdout else 0)
+        return result.stdout.splitlines()
+
+    def append(self, name, text):
+        """Adds lines to a file, made if need be; returns the number of the first."""
+        path = self.root / name
+        old = path.read_text(encoding="utf-8") if path.exists() else ""
+        path.write_text(old + text, encoding="utf-8")
+        return old.count("\n") + 1
+
+
+class Rooms(PlantedFaults):
+    def test_tree_keeps_the_order(self):
+        self.assertEqual(self.faults("rooms.py"), [])
+
+    def test_header_that_looks_right(self):
+        line = self.append("core/text/string.h", '#include "core/util/util_path.h"\n')
+        self.assertEqual(self.faults("rooms.py"), [f"core/text/string.h:{line}: {LEFT_ONLY}: text, not util"])
+
+    def test_header_of_a_room_at_the_same_place(self):
+        line = self.append("core/net/sockaddr.h", '  #  include "core/bencode/bencarray.h"\n')
+        self.assertEqual(self.faults("rooms.py"), [f"core/net/sockaddr.h:{line}: {LEFT_ONLY}: net, not bencode"])
+
+    def test_header_that_looks_left_or_at_its_room(self):
+        self.append("core/net/sockaddr.h",
+                    '#include "core/base/mem1.h"\n#include "core/net/util_ip.h"\n#include <stdio.h>\n')
+        self.assertEqual(self.faults("rooms.py"), [])
+
+    def test_source_that_looks_right_unlisted(self):
+        line = self.append("core/base/mem1.cpp", '#include "core/text/nustr.h"\n')
+        self.assertEqual(self.faults("rooms.py"),
+                         [f"core/base/mem1.cpp:{line}: base looks right at core/text/nustr.h, which the table in "
+                          "docs/architecture.md does not list"])
+
+    def test_source_that_looks_right_as_listed(self):
+        self.append("core/base/mem1.cpp", '#include "core/text/nustr.h"\n')
+        self.append("docs/architecture.md", "| `core/base/mem1.cpp` | `core/text/nustr.h` | a reason |\n")
+        self.assertEqual(self.faults("rooms.py"), [])
+
+    def test_listed_place_that_is_none(self):
+        line = self.append("docs/architecture.md", "| `core/base/mem1.cpp` | `core/text/nustr.h` | a reason |\n")
+        self.assertEqual(self.faults("rooms.py"),
+                         [f"docs/architecture.md:{line}: no such place: core/base/mem1.cpp does not look right at "
+                          "core/text/nustr.h"])
+
+    def test_headers_cannot_be_listed(self):
+        self.append("core/base/mem1.h", '#include "core/text/nustr.h"\n')
+        self.append("docs/architecture.md", "| `core/base/mem1.h` | `core/text/nustr.h` | a reason |\n")
+        self.assertEqual(len(self.faults("rooms.py")), 2)
+
+    def test_file_outside_the_rooms(self):
+        self.append("core/attic.h", "#pragma once\n")
+        self.assertEqual([fault.split(":")[0] for fault in self.faults("rooms.py")], ["core/attic.h"])
+
+    def test_include_from_outside_the_library(self):
+        line = self.append("core/base/mem1.cpp", '#include "QuickLookPlugin/limits.h"\n')
+        self.assertEqual(self.faults("rooms.py"),
+                         [f"core/base/mem1.cpp:{line}: core/ includes only from its own rooms, not "
+                          "QuickLookPlugin/limits.h"])
+
+    def test_nothing_to_check(self):
+        shutil.rmtree(self.root / "core")
+        self.assertIn("core:1: no files were found", self.faults("rooms.py"))
+
+
+if __name__ == "__main__":
+    unittest.main()
