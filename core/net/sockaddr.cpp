@@ -38,10 +38,10 @@ int Order(uint32_t a, uint32_t b) { return a < b ? -1 : a > b ? 1 : 0; }
 
 const in6_addr SockAddr::_in6addr_any = {};
 const in6_addr SockAddr::_in6addr_loopback = IN6ADDR_LOOPBACK_INIT;
-constinit Setting SockAddr::_use_ipv6 = false;
+constinit bool SockAddr::_use_ipv6 = false;
 
 SockAddr::SockAddr() : address(_in6addr_any), port(0), family(AF_INET6) {
-  if (!_use_ipv6) {
+  if (!__atomic_load_n(&_use_ipv6, __ATOMIC_RELAXED)) {
     family = AF_INET;
     address.s6_addr[10] = 0xFF;
     address.s6_addr[11] = 0xFF;

@@ -11,22 +11,6 @@
 
 namespace core {
 
-// A process-wide setting that one thread may change while others read it.
-class Setting {
- public:
-  constexpr Setting(bool value) : value_(value) {}
-  Setting(const Setting&) = delete;
-  Setting& operator=(const Setting&) = delete;
-  operator bool() const { return __atomic_load_n(&value_, __ATOMIC_RELAXED); }
-  Setting& operator=(bool value) {
-    __atomic_store_n(&value_, value, __ATOMIC_RELAXED);
-    return *this;
-  }
-
- private:
-  bool value_;
-};
-
 // An IPv4 value comes in two kinds. The normal one has family AF_INET; every constructor but that from
 // a sockaddr_storage and that from compact bytes makes it from a mapped address. The other, a mapped
 // IPv4 value, has family AF_INET6 and an address with the mapped prefix. The two are never equal, but
@@ -40,8 +24,9 @@ struct SockAddr {
   static const in6_addr _in6addr_loopback;  // ::1
 
   // Whether the unspecified value is an IPv6 one; false until the host sets it, which it does before
-  // it uses this type.
-  static Setting _use_ipv6;
+  // it uses this type. It is read with one atomic load, so that a host may also change it later, with an
+  // atomic store, while other threads use this type.
+  static bool _use_ipv6;
 
   // The unspecified value: port 0 and, by _use_ipv6, the address :: or the IPv4 address 0.0.0.0.
   SockAddr();

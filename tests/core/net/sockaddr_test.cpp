@@ -3,6 +3,7 @@
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <stdio.h>
 #include <string.h>
 
 #include <algorithm>
@@ -68,11 +69,38 @@ TEST(SockAddrValue, UnspecifiedValueFollowsTheSetting) {
   EXPECT_EQ(kV6 + kZero16 + " 0", Show(SockAddr()));
 }
 
+TEST(SockAddrValue, SettingCanBeReachedThroughAPointer) {
+  UseIPv6 restore(false);
+  bool* const setting = &SockAddr::_use_ipv6;
+  *setting = true;
+  EXPECT_EQ(kV6 + kZero16 + " 0", Show(SockAddr()));
+}
+
+TEST(SockAddrValue, SettingCopiedWithAutoStaysAsItWas) {
+  UseIPv6 restore(true);
+  const auto before = SockAddr::_use_ipv6;
+  SockAddr::_use_ipv6 = false;
+  EXPECT_TRUE(before);
+}
+
+TEST(SockAddrValue, SettingPrintsAsANumber) {
+  UseIPv6 ipv6(true);
+  char text[4];
+  snprintf(text, sizeof text, "%d", SockAddr::_use_ipv6);
+  EXPECT_STREQ("1", text);
+}
+
+TEST(SockAddrValue, SettingTakesCompoundAssignment) {
+  UseIPv6 restore(false);
+  SockAddr::_use_ipv6 |= true;
+  EXPECT_EQ(kV6 + kZero16 + " 0", Show(SockAddr()));
+}
+
 TEST(SockAddrValue, SettingMayChangeWhileAnotherThreadReadsIt) {
   UseIPv6 restore(false);
   std::thread writer([] {
     for (int i = 0; i < 10000; ++i) {
-      SockAddr::_use_ipv6 = i % 2 == 0;
+      UseIPv6::Set(i % 2 == 0);
     }
   });
   for (int i = 0; i < 10000; ++i) {
