@@ -31,6 +31,8 @@ template <class T>
 struct BencArray : LList<T>, Record {
   static_assert(sizeof(T) == 1);
 
+  static constexpr bool kOrderedByCompare = true;  // as the key of a Map
+
   bool borrowed = false;
   bool embedded = false;
   RecordOrigin from = kSingle;

@@ -175,16 +175,30 @@ class ConstIterator {
   NodeBase* end_;
 };
 
-// Orders keys by their operator<.
+// A key type that is ordered by its Compare(other), which is negative, zero or positive, in place of its
+// operator<: it says so with a constant member kOrderedByCompare that is true. A search then compares once
+// at each node instead of twice.
 template <class K>
-struct less_than {
-  bool operator()(const K& a, const K& b) const { return a < b; }
+concept OrderedByCompare = requires {
+  requires K::kOrderedByCompare;
 };
 
-// How key `a` stands to `b`: negative, zero or positive.
+// Orders keys by their operator< or, where the type asks for it, by their Compare.
+template <class K>
+struct less_than {
+  bool operator()(const K& a, const K& b) const {
+    if constexpr (OrderedByCompare<K>) {
+      return a.Compare(b) < 0;
+    } else {
+      return a < b;
+    }
+  }
+};
+
+// How key `a` stands to `b` in the order of `Less`: negative, zero or positive.
 template <class Less, class K>
 int ThreeWay(const K& a, const K& b) {
-  if constexpr (std::is_same_v<Less, less_than<K>> && requires { a.Compare(b); }) {
+  if constexpr (std::is_same_v<Less, less_than<K>> && OrderedByCompare<K>) {
     return a.Compare(b);
   } else {
     return Less()(a, b) ? -1 : Less()(b, a);
@@ -201,7 +215,8 @@ void FreeValue(V& value) {
 
 }  // namespace MapPrivate
 
-// Keys and values, each key once, in ascending order. An entry's value is freed with the entry.
+// Keys and values, each key once, in ascending order by `Less`, which every operation asks. An entry's value
+// is freed with the entry.
 template <class K, class V, class Less = MapPrivate::less_than<K>>
 class Map : public Record {
  public:

@@ -95,6 +95,44 @@ TEST(Map, TakesItsOrderFromTheTemplate) {
   EXPECT_EQ((std::vector<int>{3, 2, 1}), keys);
 }
 
+// Keys whose Compare orders them the other way round than their operator<.
+struct Contrary {
+  int number;
+  bool operator<(const Contrary& other) const { return number < other.number; }
+  int Compare(const Contrary& other) const { return other.number - number; }
+};
+struct ContraryByCompare : Contrary {
+  static constexpr bool kOrderedByCompare = true;
+};
+
+// The keys 1 to 7 in the map's order, added with hints and without. Fails the test where a key is not found
+// both by the map and by its nodes, or can be added twice.
+template <class Key>
+std::vector<int> OrderOf() {
+  using KeyMap = Map<Key, int>;
+  KeyMap map;
+  auto hint = map.insert({Key{4}, 0}).first;
+  for (int number : {5, 3, 6, 2}) {
+    hint = map.insert(hint, {Key{number}, 0}).first;
+  }
+  for (int number : {7, 1}) {
+    map.insert({Key{number}, 0});
+  }
+  std::vector<int> order;
+  for (const auto& pair : map) {
+    order.push_back(pair.first.number);
+    EXPECT_EQ(map.find(pair.first).current(), map.head.left->Lookup(&pair)) << pair.first.number;
+    EXPECT_FALSE(map.insert(map.begin(), {pair.first, 1}).second) << pair.first.number;
+  }
+  return order;
+}
+
+TEST(Map, OrdersEverywhereByOperatorLess) { EXPECT_EQ((std::vector<int>{1, 2, 3, 4, 5, 6, 7}), OrderOf<Contrary>()); }
+
+TEST(Map, OrdersEverywhereByTheCompareOfAKeyThatAsksForIt) {
+  EXPECT_EQ((std::vector<int>{7, 6, 5, 4, 3, 2, 1}), OrderOf<ContraryByCompare>());
+}
+
 // --- insert ---
 
 TEST(MapInsert, AscendingKeysKeepTheTreeLow) {
