@@ -8,6 +8,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <type_traits>
+
 #include "core/base/fatal.h"
 
 namespace core {
@@ -173,7 +175,9 @@ struct LList : LListRaw {
   void Guarantee(size_t n) { LListRaw::Guarantee(n, sizeof(T)); }
   T* Append(const T* source, ptrdiff_t n) { return static_cast<T*>(LListRaw::Append(source, n, sizeof(T))); }
   T* Append() { return static_cast<T*>(LListRaw::Append(sizeof(T))); }
-  void push_back(const T& value) {
+  // There for elements that are their bytes alone. One that owns something is made by its user, in the slot
+  // that Append() gives: an assignment would free what that slot held before.
+  void push_back(const T& value) requires std::is_trivially_copyable_v<T> {
     const T copy = value;  // `value` may live in this array's block, which Append may move
     *Append() = copy;
   }

@@ -9,6 +9,7 @@
 
 #include "core/base/mem1.h"
 #include "core/containers/templates.h"
+#include "core/text/basic_string.h"
 #include "tests/support/arrays.h"
 #include "tests/support/fatal.h"
 #include "tests/support/test_host.h"
@@ -547,6 +548,15 @@ TEST(LListRaw, StealArrayNeedsNoReceiver) {
   EXPECT_EQ(nullptr, array.StealArray(&count));
   EXPECT_EQ(0u, count);
 }
+
+template <class T>
+concept CanPushBack = requires(LList<T>& array, const T& value) {
+  array.push_back(value);
+};
+
+TEST(LList, PushesBackNoElementThatOwnsSomething) { EXPECT_FALSE(CanPushBack<basic_string<char>>); }
+
+TEST(LList, PushesBackElementsThatAreTheirBytesAlone) { EXPECT_TRUE(CanPushBack<wchar_t*>); }
 
 TEST(LListRaw, FreeLeavesPointerAndCapacity) {
   const long live = test_host::LiveBlocks();
