@@ -1,6 +1,8 @@
 #include <limits.h>
 #include <string.h>
 
+#include <utility>
+
 #include "core/base/mem1.h"
 #include "core/containers/templates.h"
 #include "core/format/strfmt.h"
@@ -25,6 +27,9 @@ class JoinBuffer {
         room_(static_cast<int>(prefix_len < kMaxRoom ? prefix_len + kStep - 2 : kMaxRoom)) {
     memcpy(text_, prefix, copied);
   }
+  ~JoinBuffer() { MyFree(text_); }
+  JoinBuffer(const JoinBuffer&) = delete;
+  JoinBuffer& operator=(const JoinBuffer&) = delete;
 
   void Add(int (*format)(char* dst, int room, const void* element), const void* element) {
     const int written = Clamp(format(text_ + used_, room_, element));
@@ -43,9 +48,16 @@ class JoinBuffer {
     --room_;
   }
 
-  char* Finish() {
+  // The terminated text, which stays the buffer's.
+  const char* Text() {
     text_[used_] = '\0';
     return text_;
+  }
+
+  // Hands the terminated text over; nothing else may be called after it.
+  char* Steal() {
+    text_[used_] = '\0';
+    return std::exchange(text_, nullptr);
   }
 
  private:
@@ -75,13 +87,7 @@ char* LListRaw::AsStringNoCheck(const char* prefix, bool url_encode, int stride,
       joined.AddComma();
     }
   }
-  char* text = joined.Finish();
-  if (!url_encode) {
-    return text;
-  }
-  char* encoded = str_fmt("%s%U", prefix, text);
-  MyFree(text);
-  return encoded;
+  return url_encode ? str_fmt("%s%U", prefix, joined.Text()) : joined.Steal();
 }
 
 }  // namespace core

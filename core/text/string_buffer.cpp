@@ -1,7 +1,6 @@
 #include <stdarg.h>
 #include <string.h>
 
-#include "core/base/mem1.h"
 #include "core/format/strfmt.h"
 #include "core/text/nustr.h"
 #include "core/text/string.h"
@@ -58,10 +57,9 @@ void StringBufferT::AddFmt(const wchar_t* format, ...) {
   size_t len = 0;
   va_list args;
   va_start(args, format);
-  wchar_t* text = vsprintf_alloc_size_wchar(format, &len, args);
+  const auto text = basic_string<wchar_t>::Adopt(vsprintf_alloc_size_wchar(format, &len, args));
   va_end(args);
-  Add(text, len);
-  MyFree(text);
+  Add(text.c_str(), len);
 }
 
 wchar_t* StringBufferT::StealString() { return Steal(*this); }

@@ -21,15 +21,15 @@ size_t Narrow(const wchar_t* s, char* dst, size_t size) {
   return ::wcsrtombs(dst, &s, size, &state);
 }
 
-// Returns a new copy of `s` with the units that a legacy encoding may lack replaced.
-wchar_t* Simplified(const wchar_t* s) {
+// Returns a copy of `s` with the units that a legacy encoding may lack replaced.
+basic_string<wchar_t> Simplified(const wchar_t* s) {
   const size_t len = len_of_str(s);
   wchar_t* copy = AllocString<wchar_t>(len);
   for (size_t i = 0; i < len; i++) {
     copy[i] = static_cast<signed char>(to_ansi_char(s[i]));
   }
   copy[len] = 0;
-  return copy;
+  return basic_string<wchar_t>::Adopt(copy);
 }
 
 // Returns a new string with `s` in the locale's encoding; null, and the reason in errno, when it cannot be
@@ -56,10 +56,8 @@ char* NarrowNew(const wchar_t* s) {
 }
 
 char* NarrowSimplified(const wchar_t* s) {
-  wchar_t* copy = Simplified(s);
-  char* text = NarrowNew(copy);
-  MyFree(copy);
-  return text;
+  const basic_string<wchar_t> copy = Simplified(s);
+  return NarrowNew(copy.c_str());
 }
 
 }  // namespace

@@ -7,6 +7,9 @@
 #include <string>
 
 #include "core/base/host.h"
+#include "core/base/mem1.h"
+#include "core/containers/templates.h"
+#include "core/format/strfmt.h"
 #include "core/text/string.h"
 #include "tests/support/platform_memory.h"
 
@@ -106,6 +109,48 @@ TEST(StringUnwind, ChangesLeaveTheStringAsItWas) {
   EXPECT_THROW(string.assign("more", 2), std::bad_alloc);
   EXPECT_STREQ("text", string.c_str());
   admitted = kUnlimited;
+}
+
+// The program runs in the C locale, which lacks the euro sign.
+TEST(StringUnwind, TextThatTheEncodingLacksIsConvertedWithoutALeak) {
+  admitted = kUnlimited;
+  const core::basic_string<wchar_t> price(L"5 \u20AC");
+  // The simplified copy and the result.
+  EXPECT_EQ(2, AllocationsNeeded([&] { EXPECT_STREQ("5 ?", core::to_string(price).c_str()); }));
+}
+
+TEST(StringUnwind, AFailingAddFmtLeaksNothing) {
+  // The formatted text and the buffer.
+  EXPECT_EQ(2, AllocationsNeeded([] { core::StringBufferT().AddFmt(L"%d", 42); }));
+}
+
+int FormatInt(char* dst, int room, const void* element) {
+  return core::nusnprintf(dst, static_cast<size_t>(room), "%d", *static_cast<const int*>(element));
+}
+
+int FormatOneRoom(char* dst, int room, const void*) {
+  return core::nusnprintf(dst, static_cast<size_t>(room), "%*d", room - 1, 0);
+}
+
+long AllocationsToJoin(bool url_encode, int (*format)(char*, int, const void*)) {
+  admitted = kUnlimited;
+  core::LList<int> numbers;
+  numbers.push_back(1);
+  numbers.push_back(2);
+  const long needed =
+      AllocationsNeeded([&] { core::MyFree(numbers.AsStringNoCheck("x=", url_encode, sizeof(int), format)); });
+  numbers.Free();
+  return needed;
+}
+
+TEST(StringUnwind, AFailingUrlEncodedListLeaksNothing) {
+  // The joined text and the encoded one.
+  EXPECT_EQ(2, AllocationsToJoin(true, FormatInt));
+}
+
+TEST(StringUnwind, AFailingGrowthOfAListLeaksNothing) {
+  // The joined text, which grows twice.
+  EXPECT_EQ(3, AllocationsToJoin(false, FormatOneRoom));
 }
 
 }  // namespace
