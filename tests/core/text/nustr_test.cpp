@@ -10,6 +10,7 @@
 #include "core/text/DecodeEncodedString.h"
 #include "tests/support/exact_bytes.h"
 #include "tests/support/fatal.h"
+#include "tests/support/huge_text.h"
 #include "tests/support/test_host.h"
 #include "tests/support/text.h"
 
@@ -43,6 +44,24 @@ TEST(NuStrnlen, ReadsNothingBeyondTheMaximum) {
 TEST(NuStrnlen, ZeroMaximumReadsNothing) {
   EXPECT_EQ(0, core::nustrnlen(nullptr, 0));
   EXPECT_EQ(0, core::nuwstrnlen(nullptr, 0));
+}
+
+// The low 32 bits as a number with sign, of lengths on both sides of 2^31 and of 2^32.
+TEST(NuStrnlen, CutsTheLengthTo32Bits) {
+  constexpr size_t kLen = (size_t{1} << 32) + 5;
+  const HugeText<char> narrow(kLen);
+  const HugeText<wchar_t> wide(kLen);
+  if (!narrow.ok() || !wide.ok()) {
+    GTEST_SKIP() << "no address space for a huge text";
+  }
+  const struct {
+    size_t max;
+    int len;
+  } kCases[] = {{0x7FFFFFFF, INT_MAX}, {0x80000000, INT_MIN}, {0xFFFFFFFF, -1}, {0x100000000, 0}, {SIZE_MAX, 5}};
+  for (const auto& c : kCases) {
+    EXPECT_EQ(c.len, core::nustrnlen(narrow.get(), c.max)) << c.max;
+    EXPECT_EQ(c.len, core::nuwstrnlen(wide.get(), c.max)) << c.max;
+  }
 }
 
 TEST(LenOfStr, CountsUnits) {
