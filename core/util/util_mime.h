@@ -1,9 +1,9 @@
 // What file extensions and content types say about files: lookups in fixed tables.
 //
-// Extensions are given without the dot, and case is ignored: of extensions in ASCII, of content types as
-// the locale's tolower has it. Null is an extension or a type that no table holds. No state but the
-// calling thread's last to_ansi result, which GuessContentTypeFromFileName replaces. Safe to call from
-// any thread.
+// Extensions are given without the dot, and case is ignored: of extensions in ASCII, of content types,
+// and of all that GuessContentTypeFromFileName looks up, as the locale's tolower has it. Null is an
+// extension or a type that no table holds. No state but the calling thread's last to_ansi result, which
+// GuessContentTypeFromFileName replaces. Safe to call from any thread.
 //
 // Cost: linear in the table's rows, none of which is longer than 24 characters; what goes on behind
 // them is not read.
@@ -30,6 +30,7 @@ bool IsAmbiguousContentType(const char* type);
 // On purpose: the extensions and types are one list, where the string behind the first match is
 // returned: the type of "au" ends in a blank, and "x.image/gif" gives "bmp", the extension that comes
 // next.
+// On purpose: where "I" is no capital "i", as in Turkish, the extension "GIF" is unknown.
 // Requires: no other thread changes the locale meanwhile.
 // Cost: also a conversion of the extension to the locale's encoding.
 const char* GuessContentTypeFromFileName(const wchar_t* name);

@@ -62,6 +62,10 @@ struct Latin1Locale : ScopedLocale {
 struct CyrillicLocale : ScopedLocale {
   CyrillicLocale() : ScopedLocale("ru_RU.CP1251", "i18n", "CP1251") {}
 };
+// Here the letter I has a small form without a dot.
+struct TurkishLocale : ScopedLocale {
+  TurkishLocale() : ScopedLocale("tr_TR.ISO8859-9", "tr_TR", "ISO-8859-9") {}
+};
 struct ShiftJisLocale : ScopedLocale {
   ShiftJisLocale() : ScopedLocale("ja_JP.SJIS", "i18n", "SHIFT_JIS") {}
 };

@@ -277,6 +277,37 @@ TEST(GuessContentType, FollowsTheLocale) {
   EXPECT_EQ("(none)", GuessFor(Units({'a', '.', 'g', 0xE9, 'f'})));
 }
 
+// Where the small form of the letter I has no dot, "GIF" is not "gif".
+TEST(GuessContentType, ComparesCaseAsTheLocaleHasIt) {
+  const TurkishLocale locale;
+  if (!locale.ok()) {
+    GTEST_SKIP() << "no Turkish locale";
+  }
+  EXPECT_EQ("image/gif", GuessFor(L"a.gif"));
+  EXPECT_EQ("(none)", GuessFor(L"A.GIF"));
+  EXPECT_EQ("image/png", GuessFor(L"A.PNG"));
+}
+
+TEST(ContentTypes, CompareCaseAsTheLocaleHasIt) {
+  const TurkishLocale locale;
+  if (!locale.ok()) {
+    GTEST_SKIP() << "no Turkish locale";
+  }
+  EXPECT_TRUE(StreamableType("Video/Mp4"));
+  EXPECT_FALSE(StreamableType("VIDEO/MP4"));
+  EXPECT_TRUE(Ambiguous("TEXT/plain"));
+  EXPECT_FALSE(Ambiguous("TEXT/PLAIN"));
+}
+
+TEST(ContentTypes, CompareExtensionsInAsciiInAnyLocale) {
+  const TurkishLocale locale;
+  if (!locale.ok()) {
+    GTEST_SKIP() << "no Turkish locale";
+  }
+  EXPECT_FALSE(Safe(L"PIF"));
+  EXPECT_TRUE(Streamable(L"DIVX"));
+}
+
 TEST(GuessContentType, GivesAStaticText) {
   const char* first = GuessContentTypeFromFileName(L"a.mkv");
   const char* second = GuessContentTypeFromFileName(L"other.MKV");

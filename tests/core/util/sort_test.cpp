@@ -4,6 +4,8 @@
 #include <string.h>
 
 #include <algorithm>
+#include <cmath>
+#include <functional>
 #include <numeric>
 #include <random>
 #include <string>
@@ -181,15 +183,58 @@ TEST(QuickSort, AgreesWithTheStandardSortForEveryCount) {
   }
 }
 
-TEST(QuickSort, TheWorstInputTakesHalfTheSquareOfTheCountAndStillSorts) {
-  constexpr int kCount = 5000;
-  std::vector<int> keys = MiddleKiller(kCount);
+// --- what it takes ---
+
+// The comparisons that sorting `keys` takes, which must leave them sorted.
+double Comparisons(std::vector<int> keys) {
   const Checked compare(keys.data(), keys.size(), sizeof keys[0], CompareKeys);
-  QuickSort(keys.data(), kCount, sizeof keys[0], compare);
+  QuickSort(keys.data(), Count(keys), sizeof keys[0], compare);
   EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
-  EXPECT_LT(0.49 * kCount * kCount, static_cast<double>(compare.calls()));
-  EXPECT_GT(0.51 * kCount * kCount, static_cast<double>(compare.calls()));
+  return static_cast<double>(compare.calls());
 }
+
+// A list of `count` keys, one for each place.
+std::vector<int> Keys(int count, const std::function<int(int)>& key) {
+  std::vector<int> keys;
+  for (int i = 0; i < count; ++i) {
+    keys.push_back(key(i));
+  }
+  return keys;
+}
+
+constexpr int kMany = 2000;
+constexpr double kSquare = double{kMany} * kMany;
+
+TEST(QuickSort, AGreatestMiddleAtEverySplitTakesHalfTheSquareOfTheCount) {
+  const double calls = Comparisons(MiddleKiller(kMany));
+  EXPECT_LT(0.49 * kSquare, calls);
+  EXPECT_GT(0.51 * kSquare, calls);
+}
+
+TEST(QuickSort, ZerosAndOnesDescendingTakeHalfTheSquareOfTheCount) {
+  const double calls = Comparisons(Keys(kMany, [](int i) { return i < kMany / 2 ? 1 : 0; }));
+  EXPECT_LT(0.49 * kSquare, calls);
+  EXPECT_GT(0.51 * kSquare, calls);
+}
+
+TEST(QuickSort, ZerosAndOnesInRandomOrderTakeAQuarterOfTheSquareOfTheCount) {
+  std::mt19937 random(1);
+  const double calls = Comparisons(Keys(kMany, [&random](int) { return static_cast<int>(random() % 2); }));
+  EXPECT_LT(0.22 * kSquare, calls);
+  EXPECT_GT(0.28 * kSquare, calls);
+}
+
+TEST(QuickSort, DistinctKeysTakeTheCountTimesItsLogarithm) {
+  const double limit = 1.4 * kMany * std::log2(kMany);
+  std::mt19937 random(1);
+  std::vector<int> shuffled = Keys(kMany, [](int i) { return i; });
+  std::shuffle(shuffled.begin(), shuffled.end(), random);
+  EXPECT_GT(limit, Comparisons(shuffled));
+  EXPECT_GT(limit, Comparisons(Keys(kMany, [](int i) { return i; })));
+  EXPECT_GT(limit, Comparisons(Keys(kMany, [](int i) { return -i; })));
+}
+
+TEST(QuickSort, EqualRecordsTakeTwoComparisonsEach) { EXPECT_GE(2.0 * kMany, Comparisons(std::vector<int>(kMany, 7))); }
 
 // --- which records are compared, and in what order ---
 
