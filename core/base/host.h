@@ -12,8 +12,8 @@ struct ThreadBlock {
   char* temp_narrow;       // what str_temp_ansi stored last; owned
   wchar_t* last_unicode;   // the last to_unicode result; owned
   char* last_ansi;         // the last to_ansi result; owned
-  size_t stack_copy_size;  // bytes in `stack_copy`
-  void* stack_copy;        // the last copy made while parsing an address: a heap block or null; owned
+  size_t stack_copy_size;  // for the host's own use, as the next: the library never touches either
+  void* stack_copy;        // a heap block or null; owned
 };
 static_assert(sizeof(ThreadBlock) == 6 * sizeof(void*));
 
@@ -28,7 +28,8 @@ void FreeTLS(void* block);
 // Told about every failed allocation attempt of `n` bytes, before the next try.
 void WarnNoMemory(size_t n);
 
-// Writes a printf-like line to the host's log, if it keeps one.
+// Writes a printf-like line to the host's log, if it keeps one. The library has nothing to say there
+// and never calls it.
 void Logf(const char* format, ...);
 
 // Returns the canonical form of `path` as a new string, freed with MyFree.

@@ -8,6 +8,11 @@
 
 #include "core/base/host.h"
 #include "core/base/mem1.h"
+#include "core/format/strfmt.h"
+#include "core/net/sockaddr.h"
+#include "core/text/nustr.h"
+#include "core/text/string.h"
+#include "core/util/util_url.h"
 #include "tests/support/fatal.h"
 #include "tests/support/test_host.h"
 
@@ -68,6 +73,29 @@ TEST(ThreadBlock, IsZeroAtCreation) {
     EXPECT_EQ(nullptr, block->temp_narrow);
     EXPECT_EQ(nullptr, block->last_unicode);
     EXPECT_EQ(nullptr, block->last_ansi);
+    EXPECT_EQ(0u, block->stack_copy_size);
+    EXPECT_EQ(nullptr, block->stack_copy);
+  });
+}
+
+// Addresses of every form are read without a copy, and the other temporaries have slots of their own.
+TEST(ThreadBlock, LibraryLeavesTheLastTwoSlotsAlone) {
+  InNewThread([] {
+    for (const char* text : {"10.0.0.1", "10.0.0.1:80", "10.0.0.1:123456", "::1", "[::1]:80", "x:1", "[x", "x", ""}) {
+      SockAddr::parse_addr(text);
+    }
+    char range[] = "10.0.0.0:80/8";
+    ParseCIDR(range, nullptr, nullptr);
+    const char* url = "a/b";
+    url_split(&url);
+    str_temp(wstrdup(L"wide"));
+    to_unicode("unicode");
+    to_ansi(L"ansi");
+    const ThreadBlock* block = GetTLS();
+    EXPECT_NE(nullptr, block->temp_wide);
+    EXPECT_NE(nullptr, block->temp_narrow);
+    EXPECT_NE(nullptr, block->last_unicode);
+    EXPECT_NE(nullptr, block->last_ansi);
     EXPECT_EQ(0u, block->stack_copy_size);
     EXPECT_EQ(nullptr, block->stack_copy);
   });
