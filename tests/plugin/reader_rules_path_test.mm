@@ -77,6 +77,21 @@ TEST_F(ReaderRules, PathComponentsAreCleaned) {
   }
 }
 
+// The platform takes a byte order mark in front for no part of the text, after the components have been
+// cleaned.
+TEST_F(ReaderRules, ByteOrderMarkInFrontOfAPathUncoversWhatFollowsIt) {
+  const std::string mark = "\xEF\xBB\xBF";
+  const auto with = [](const std::vector<std::string>& path) { return Files({File(Path(path))}); };
+  const std::string begin = "1.5 kB in 1 file [";
+  ExpectEach({{"two dots", with({mark + "..", "etc"}), begin + "../etc]"},
+              {"one dot", with({mark + ".", "a"}), begin + "./a]"},
+              {"nothing", with({mark, "etc"}), begin + "/etc]"},
+              {"behind a component left out", with({"..", mark + "..", "etc"}), begin + "../etc]"},
+              {"a second mark", with({mark + mark + "..", "a"}), begin + mark + "../a]"},
+              {"behind a component", with({"a", mark + "..", mark, "b"}), begin + "a/" + mark + "../" + mark + "/b]"},
+              {"a slash", with({mark + "/etc"}), begin + "_etc]"}});
+}
+
 TEST_F(ReaderRules, ComponentsAreCleanedAtEveryPlace) {
   // What replaces a character may depend on where it stands, when several are looked at in one step.
   for (size_t before = 0; before < 40; before++) {
