@@ -25,10 +25,11 @@
 @property(nonatomic, readonly) NSMutableArray* trackers;
 // The web seeds' URLs in file order.
 @property(nonatomic, readonly) NSMutableArray* webSeeds;
-// The size of each file, a signed 64-bit number, by its relative path; the torrent's name is the path
-// of a single file. The keys keep the order of the file.
+// The size of each file, a signed 64-bit number, by its path: the cleaned components of a list's file,
+// or the torrent's name, as it stands, of a single one. The keys keep the order of the file; of several
+// files of one path the last one's size is kept.
 @property(nonatomic, readonly) NSMutableDictionary* files;
-// The epoch when the torrent gives no date.
+// The epoch when the torrent gives no date. The low 32 bits of its seconds count, as signed.
 @property(nonatomic, readonly) NSDate* createdOn;
 @property(nonatomic, readonly) NSString* name;
 // Nil when the torrent has none.
@@ -55,7 +56,8 @@
 @interface NSString (NSStringAdditions)
 
 // A string made from the wide text `s`; nil when that is null, and "" when the platform refuses it, as
-// it does all characters above U+FFFF: each half of their pairs is sent as UTF-8 of its own.
+// it does all characters above U+FFFF: each half of their pairs is sent as UTF-8 of its own. A byte order
+// mark in front may be lost.
 + (NSString*)stringWithTStr:(const wchar_t*)s;
 
 @end

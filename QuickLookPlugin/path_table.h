@@ -19,7 +19,7 @@ struct PathEntry {
 struct PathTable {
   using Same = bool (*)(const void* key, const void* other);
 
-  PathEntry* entries;  // in order of insertion, removed ones included until the next growth
+  PathEntry* entries;  // in order of insertion, removed ones included until they are moved together
   struct Slot* slots;  // open addressing, at least twice as many as entries; the number a power of 2
   size_t used;         // entries in use, removed ones included
   size_t capacity;
@@ -29,7 +29,8 @@ struct PathTable {
   void Reserve(size_t count);
 
   // The entry under `key`, whose hash is `hash`; null when there is none. `same` is asked only about
-  // keys of an equal hash. Valid until the next Add, Remove or Free.
+  // keys of an equal hash. Valid until the entry is removed or the table is added to, reserved, compacted or
+  // freed.
   PathEntry* Find(uint64_t hash, const void* key, Same same) const;
 
   // Adds a key and returns its entry, with no value and the number 0. Other entries are invalidated.

@@ -1,5 +1,6 @@
-// What the library asks of the program that hosts it. The library declares these services and calls
-// them; the bundle defines them in QuickLookPlugin/, the unit tests in tests/support/.
+// What the library asks of the program that hosts it. The library declares these services; the bundle
+// defines them in QuickLookPlugin/, the unit tests in tests/support/. The last two are of no use to an
+// import: the bundle's stop the process.
 #pragma once
 
 #include <stddef.h>

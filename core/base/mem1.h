@@ -15,8 +15,8 @@ void* MyMalloc(size_t n);
 // `n` = 0 frees `p` and returns null. Failure is handled as in MyMalloc.
 void* MyRealloc(void* p, size_t n);
 
-// Returns a new zero-filled block of `count` elements of `size` bytes. A product that does not fit
-// stops the process like any other size that cannot be had.
+// Returns a new zero-filled block of `count` elements of `size` bytes; null when that is nothing. A
+// product that does not fit stops the process like any other size that cannot be had.
 void* MyCalloc(size_t count, size_t size);
 
 // Frees `p`, which may be null. The flag is accepted and ignored.
