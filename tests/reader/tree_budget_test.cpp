@@ -144,6 +144,12 @@ TEST(TreeFitsBudget, GrantsAMillionFiles) {
   EXPECT_TRUE(Fits(text, reader::TreeBudget(text.size())));
 }
 
+TEST(TreeFitsBudget, WeighsAFileInAFolderAt660Bytes) {
+  const std::string text = "d4:infod5:filesl" + Times(10000, "d6:lengthi1048576e4:pathl3:dir10:file01.txtee") + "eee";
+  EXPECT_TRUE(Fits(text, 6'600'000));
+  EXPECT_FALSE(Fits(text, 6'500'000));
+}
+
 TEST(TreeFitsBudget, GrantsAMillionFilesWithTwoNames) {
   const std::string file = "d6:lengthi123456789e4:pathl10:directory18:file.txte10:path.utf-8l10:directory18:file.txtee";
   const std::string text = "d4:infod5:filesl" + Times(1000000, file) + "eee";
