@@ -7,8 +7,11 @@
 #include "QuickLookPlugin/path_table.h"
 
 // A mutable dictionary from path strings to sizes whose cost does not depend on the platform's hash
-// of strings, which the author of a torrent can foresee. Keys keep the order in which they came; a
-// key that is set again keeps its place. Strings of the same characters are the same key.
+// of strings, which the author of a torrent can foresee. Keys and objects keep the order in which the
+// keys came; a key that is set again keeps its place. Strings of the same characters are the same key.
+//
+// It answers every method of a mutable dictionary as one does. A copy of it is one of the platform's,
+// whose cost does depend on the platform's hash. A capacity is a hint: no number is too large.
 //
 // Like any dictionary it may be read by many threads at once as long as none changes it. Keys are
 // strings: looking for anything else finds nothing, storing under anything else is refused with

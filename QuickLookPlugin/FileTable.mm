@@ -4,6 +4,9 @@
 
 namespace {
 
+// A list of files may announce more than it holds; the table grows beyond this by itself.
+constexpr NSUInteger kMaxReserved = 65536;
+
 bool SameString(const void* key, const void* other) {
   NSString* string = static_cast<NSString*>(const_cast<void*>(key));
   return [string compare:static_cast<NSString*>(const_cast<void*>(other)) options:NSLiteralSearch] == NSOrderedSame;
@@ -15,7 +18,7 @@ bool BeginsLikeByteOrderMark(const char* bytes, size_t length) {
   return length != 0 && static_cast<unsigned char>(bytes[0]) == 0xEF;
 }
 
-// The number object of an entry, made once. Two threads may come at the same time.
+// Makes the number object of an entry that has none. Two threads may come at the same time.
 id NumberOf(reader::PathEntry* entry) {
   void* number = [[NSNumber numberWithLongLong:entry->number] retain];
   void* present = nullptr;
@@ -24,6 +27,11 @@ id NumberOf(reader::PathEntry* entry) {
   }
   [static_cast<id>(number) release];
   return static_cast<id>(present);
+}
+
+id ObjectOf(reader::PathEntry* entry) {
+  void* value = __atomic_load_n(&entry->value, __ATOMIC_ACQUIRE);
+  return value ? static_cast<id>(value) : NumberOf(entry);
 }
 
 }  // namespace
@@ -38,7 +46,17 @@ id NumberOf(reader::PathEntry* entry) {
   self = [super init];
   if (self) {
     key = reader::NewHashKey();
-    table.Reserve(capacity);
+    table.Reserve(capacity < kMaxReserved ? capacity : kMaxReserved);
+  }
+  return self;
+}
+
+// Every other way of making a dictionary may end here, and a platform's own implementation need not
+// make anything of a class that it does not know.
+- (id)initWithObjects:(const id[])objects forKeys:(const id[])keys count:(NSUInteger)count {
+  self = [self initWithCapacity:count];
+  for (NSUInteger i = 0; i < count; ++i) {
+    [self setObject:objects[i] forKey:keys[i]];
   }
   return self;
 }
@@ -71,11 +89,7 @@ id NumberOf(reader::PathEntry* entry) {
 
 - (id)objectForKey:(id)string {
   reader::PathEntry* entry = [self entryForKey:string];
-  if (!entry) {
-    return nil;
-  }
-  void* value = __atomic_load_n(&entry->value, __ATOMIC_ACQUIRE);
-  return value ? static_cast<id>(value) : NumberOf(entry);
+  return entry ? ObjectOf(entry) : nil;
 }
 
 - (NSArray*)allKeys {
@@ -90,6 +104,20 @@ id NumberOf(reader::PathEntry* entry) {
 
 - (NSEnumerator*)keyEnumerator {
   return [[self allKeys] objectEnumerator];
+}
+
+- (NSArray*)allValues {
+  NSMutableArray* values = [NSMutableArray arrayWithCapacity:table.live];
+  for (size_t i = 0; i < table.used; ++i) {
+    if (table.entries[i].key) {
+      [values addObject:ObjectOf(&table.entries[i])];
+    }
+  }
+  return values;
+}
+
+- (NSEnumerator*)objectEnumerator {
+  return [[self allValues] objectEnumerator];
 }
 
 // The state holds the position of the next entry, so that no batch depends on an object that may be

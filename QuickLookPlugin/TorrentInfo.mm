@@ -22,9 +22,6 @@ namespace {
 using reader::Block;
 using reader::Owned;
 
-// A list of files may announce more than it holds; the table grows beyond this by itself.
-constexpr size_t kMaxExpectedFiles = 65536;
-
 // The decoded torrent. Freed with it is the text that the last read left with the thread.
 struct TorrentTree {
   core::BencodedDict root;
@@ -231,8 +228,7 @@ bool StoreFile(SorrelFileTable* table, const core::BencodedDict& file, long long
 - (BOOL)readFiles:(const core::BencodedDict&)info codePage:(int)codePage {
   const core::BencodedList* list = info.GetList("files");
   const size_t count = list ? list->GetCount() : 1;
-  SorrelFileTable* table =
-      [[SorrelFileTable alloc] initWithCapacity:count < kMaxExpectedFiles ? count : kMaxExpectedFiles];
+  SorrelFileTable* table = [[SorrelFileTable alloc] initWithCapacity:count];
   Adopt(files, table);
   totalSize = 0;
   if (!list) {

@@ -78,6 +78,14 @@ TEST_F(FileTableTest, IsEmptyAtFirst) {
 
 TEST_F(FileTableTest, IsAMutableDictionary) { EXPECT_TRUE([table_ isKindOfClass:[NSMutableDictionary class]]); }
 
+TEST_F(FileTableTest, CapacityIsAHint) {
+  for (const NSUInteger capacity : {NSUInteger{1} << 40, ~NSUInteger{0}}) {
+    SorrelFileTable* table = [[[SorrelFileTable alloc] initWithCapacity:capacity] autorelease];
+    [table setObject:@"one" forKey:@"a"];
+    EXPECT_EQ(1u, [table count]);
+  }
+}
+
 TEST_F(FileTableTest, GivesSizesAsNumbers) {
   SetSize("a", 5);
   SetSize("b", -7);
@@ -174,6 +182,19 @@ TEST_F(FileTableTest, EnumeratesTheKeysInOrder) {
   EXPECT_EQ("b", Text([keys nextObject]));
   EXPECT_EQ("a", Text([keys nextObject]));
   EXPECT_EQ(nil, [keys nextObject]);
+}
+
+TEST_F(FileTableTest, EnumeratesTheObjectsInTheOrderOfTheKeys) {
+  SetSize("b", 1);
+  SetSize("gone", 2);
+  [table_ setObject:@"three" forKey:@"a"];
+  [table_ removeObjectForKey:@"gone"];
+  NSEnumerator* objects = [table_ objectEnumerator];
+  EXPECT_EQ(1, [[objects nextObject] longLongValue]);
+  EXPECT_EQ("three", Text([objects nextObject]));
+  EXPECT_EQ(nil, [objects nextObject]);
+  NSArray* both = [NSArray arrayWithObjects:[NSNumber numberWithInt:1], @"three", nil];
+  EXPECT_TRUE([[table_ allValues] isEqual:both]);
 }
 
 TEST_F(FileTableTest, GivesItsKeysInBatchesAndInOrder) {

@@ -287,6 +287,7 @@ TEST_F(TorrentInfoTest, KeepsAllOfUtf8InWebSeeds) {
 // Text.
 
 TEST_F(TorrentInfoTest, ReadsTextByTheDeclaredCodePage) {
+  const ScopedLocale c("C");
   const std::string latin = "caf\xE9";
   TorrentInfo* utf8_only = Read(Torrent().Root("encoding", Str("UTF-8")).Root("comment", Str(latin)));
   EXPECT_EQ("", Text(utf8_only.comment));
