@@ -1,6 +1,6 @@
 """Reads torrents that other programs wrote, and compares with what other readers make of them.
 
-Usage: interop_test.py --mdtorrent FILE --bundle FOLDER --lt-read FILE --record-read FILE [TEST...]
+Usage: interop_test.py --mdtorrent FILE --bundle FOLDER --lt-read FILE --lt-make FILE --record-read FILE [TEST...]
 
 Every torrent is made here, from small files made here, and read four ways: by mdtorrent through
 the whole plug-in, by the plug-in's reader alone (record_read), by transmission-show and by
@@ -9,6 +9,7 @@ libtorrent-rasterbar (lt_read).
 
 import argparse
 import calendar
+import hashlib
 import json
 import os
 import re
@@ -169,6 +170,11 @@ class InteropTest(unittest.TestCase):
         self.assertEqual([entry["imported"] for entry in results[0]], [True])
         return results[0][0]["attributes"]
 
+    def assert_refused(self, torrent):
+        command = [options.mdtorrent, "--bundle", options.bundle, "--format", "json", torrent]
+        result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=TIMEOUT)
+        self.assertEqual([entry["imported"] for entry in json.loads(result.stdout)], [False])
+
 
 class Mktorrent(InteropTest):
     URL = "http://tracker.example.org/announce"
@@ -286,10 +292,73 @@ class TransmissionCreate(InteropTest):
         self.check_made(torrent, "many", files, trackers=[self.URL])
 
 
+class Libtorrent(InteropTest):
+    """Torrents of each version, and of both; their pieces are of PIECE bytes."""
+
+    PIECE = 16_384
+
+    def make(self, versions, source):
+        torrent = os.path.join(self.folder, "made.torrent")
+        output(options.lt_make, versions, str(self.PIECE), source, torrent)
+        return torrent
+
+    def large_files_with_roots(self, wanted):
+        """Makes two files of two pieces each whose roots, in the key "piece layers", are `wanted`; returns both."""
+        last = bytes(self.PIECE)
+        folder = os.path.join(self.folder, "large")
+        os.makedirs(folder)
+        roots = []
+        number = 0
+        while len(roots) < 2:
+            first = number.to_bytes(8, "big") * (self.PIECE // 8)
+            root = hashlib.sha256(hashlib.sha256(first).digest() + hashlib.sha256(last).digest()).digest()
+            if wanted(root):
+                with open(os.path.join(folder, f"{number:06}.bin"), "wb") as file:
+                    file.write(first + last)
+                roots.append(root)
+            number += 1
+        return folder, roots
+
+    def make_large_hybrid(self, wanted):
+        folder, roots = self.large_files_with_roots(wanted)
+        torrent = self.make("both", folder)
+        with open(torrent, "rb") as file:
+            layers = file.read().partition(b"12:piece layers")[2]
+        for root in roots:
+            self.assertIn(b"32:" + root, layers)
+        return torrent
+
+    def test_version_1_alone_is_read(self):
+        attributes = self.imported(self.make("1", self.make_files("many", PLAIN)))
+        self.assertEqual(sorted(attributes[NAMES]), sorted(PLAIN))
+        self.assertEqual(attributes["kMDItemDescription"], f"{size_text(sum(PLAIN.values()))} in 3 files")
+
+    def test_version_2_alone_is_not_read(self):
+        self.assert_refused(self.make("2", self.make_files("many", PLAIN)))
+
+    def test_padding_of_both_versions_counts_as_files(self):
+        attributes = self.imported(self.make("both", self.make_files("many", PLAIN)))
+        padding = {f".pad/{-size % self.PIECE}": -size % self.PIECE for size in PLAIN.values()}
+        files = {**PLAIN, **padding}
+        self.assertEqual(sorted(attributes[NAMES]), sorted(files))
+        self.assertEqual(attributes["kMDItemDescription"], f"{size_text(sum(files.values()))} in {len(files)} files")
+
+    def test_no_attribute_holds_the_name_of_a_folder(self):
+        attributes = self.imported(self.make("1", self.make_files("garden", PLAIN)))
+        self.assertNotIn("garden", json.dumps(attributes))
+
+    def test_both_versions_of_large_files_are_read_when_no_root_holds_a_zero_byte(self):
+        attributes = self.imported(self.make_large_hybrid(lambda root: 0 not in root))
+        self.assertEqual(len([name for name in attributes[NAMES] if name.endswith(".bin")]), 2)
+
+    def test_both_versions_of_large_files_are_not_read_when_two_roots_begin_with_a_zero_byte(self):
+        self.assert_refused(self.make_large_hybrid(lambda root: root[0] == 0))
+
+
 def main():
     global options
     parser = argparse.ArgumentParser()
-    for name in ("mdtorrent", "bundle", "lt-read", "record-read"):
+    for name in ("mdtorrent", "bundle", "lt-read", "lt-make", "record-read"):
         parser.add_argument("--" + name, required=True)
     options, tests = parser.parse_known_args()
     if not options.lt_read:

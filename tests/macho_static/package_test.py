@@ -4,6 +4,7 @@
 import argparse
 import os
 import pathlib
+import re
 import shutil
 import stat
 import subprocess
@@ -110,14 +111,50 @@ class PackageTest(unittest.TestCase):
             self.assertEqual(subprocess.run(command, stderr=subprocess.PIPE, text=True).stderr, "")
 
 
+class InstructionsTest(unittest.TestCase):
+    """What the package's instructions and the pages of the sources say alike. No package is made."""
+
+    README = "README.md"
+    PACKAGE_README = "platform/darwin/package/README.txt.in"
+
+    def text(self, name):
+        return (arguments.root / name).read_text(encoding="utf-8")
+
+    def limits(self, name):
+        """The items of the list below the heading, each on one line."""
+        items = []
+        for line in self.text(name).partition("What search does not find\n")[2].splitlines():
+            if line.startswith("- "):
+                items.append(line[2:])
+            elif line.startswith("  "):
+                items[-1] += " " + line.strip()
+            elif items:
+                break
+        return items
+
+    def test_package_says_what_search_does_not_find_as_the_readme_does(self):
+        self.assertGreaterEqual(len(self.limits(self.README)), 7)
+        self.assertEqual(self.limits(self.README), self.limits(self.PACKAGE_README))
+
+    def test_every_search_passes_over_case_and_accents(self):
+        docs = sorted(page.relative_to(arguments.root) for page in (arguments.root / "docs").glob("*.md"))
+        searches = 0
+        for name in (self.README, self.PACKAGE_README, *docs):
+            for search in re.findall(r"mdfind +(\S.*)", self.text(name)):
+                searches += 1
+                with self.subTest(name):
+                    self.assertRegex(search, r"""^'\w+ == "[^"]*"cd'""")
+        self.assertGreaterEqual(searches, 3)
+
+
 def main():
     global arguments
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--root", type=pathlib.Path, required=True)
     parser.add_argument("--scratch", type=pathlib.Path, required=True)
     parser.add_argument("--version", required=True)
-    arguments = parser.parse_args()
-    unittest.main(argv=[sys.argv[0], "--quiet"])
+    arguments, tests = parser.parse_known_args()
+    unittest.main(argv=[sys.argv[0], "--quiet", *tests])
 
 
 main()
