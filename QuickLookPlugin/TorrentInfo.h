@@ -1,4 +1,5 @@
 // What a torrent file says about itself.
+// The folder, whatever its name, holds the reader of torrents and what it needs; there is no preview in it.
 #pragma once
 
 #import <Foundation/Foundation.h>
