@@ -57,7 +57,9 @@ using CommandLine = std::variant<Options, DumpOptions, Answer>;
 
 CommandLine ParseOptions(int argc, const char* const* argv);
 
+enum class Command { kImport, kDump };
+
 // The line for a mistake in the use of the program. The help of `command` says more.
-Answer UsageError(std::string_view message, std::string_view command = "mdtorrent");
+Answer UsageError(std::string_view message, Command command = Command::kImport);
 
 }  // namespace mdtorrent

@@ -1,0 +1,35 @@
+#include "tools/mdtorrent/program_name.h"
+
+#include <stdlib.h>
+
+#include "tools/mdtorrent/output/escape.h"
+
+namespace mdtorrent {
+namespace {
+
+constexpr std::string_view kOwnName = "mdtorrent";
+
+}  // namespace
+
+std::string ProgramName() {
+  std::string name;
+  AppendPrintable(name, RunByScript() ? getenv(kCommandVariable) : kOwnName);
+  return name;
+}
+
+bool RunByScript() {
+  const char* const name = getenv(kCommandVariable);
+  return name && *name != '\0';
+}
+
+std::string WithProgramName(std::string_view text) {
+  const std::string name = ProgramName();
+  std::string named;
+  for (size_t at; (at = text.find(kOwnName)) != text.npos;) {
+    named.append(text.substr(0, at)).append(name);
+    text.remove_prefix(at + kOwnName.size());
+  }
+  return named.append(text);
+}
+
+}  // namespace mdtorrent
