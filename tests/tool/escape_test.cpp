@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdio.h>
 #include <stdlib.h>
 
 #include <limits>
@@ -65,6 +66,48 @@ TEST(Escape, NoControlCharacterPasses) {
       EXPECT_EQ('\\', out[0]) << int{byte};
       EXPECT_EQ(std::string::npos, out.find(input)) << int{byte};
     }
+  }
+}
+
+// A character from U+0080 to U+FFFF.
+std::string Utf8(unsigned c) {
+  const auto tail = [](unsigned bits) { return static_cast<char>(0x80 | (bits & 0x3F)); };
+  return c < 0x800 ? std::string{static_cast<char>(0xC0 | (c >> 6)), tail(c)}
+                   : std::string{static_cast<char>(0xE0 | (c >> 12)), tail(c >> 6), tail(c)};
+}
+
+// Whether Unicode gives the character the property Bidi_Control.
+bool ControlsDirection(unsigned c) {
+  return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+}
+
+TEST(Escape, OfAllCharactersThoseThatControlDirectionAreEscaped) {
+  const struct {
+    Escape escape;
+    const char *before, *after;
+  } forms[] = {{AppendJsonEscaped, "\\u", ""},
+               {AppendQuotedEscaped, "\\U", ""},
+               {AppendPrintable, "\\U", ""},
+               {AppendXmlEscaped, "&#x", ";"}};
+  for (unsigned c = 0xA0; c < 0xFFFE; c = c == 0xD7FF ? 0xE000 : c + 1) {
+    char digits[8];
+    snprintf(digits, sizeof digits, "%04x", c);
+    for (const auto& form : forms) {
+      std::string out;
+      form.escape(out, Utf8(c) + Utf8(c) + "x");
+      const std::string one = ControlsDirection(c) ? std::string(form.before) + digits + form.after : Utf8(c);
+      ASSERT_EQ(one + one + "x", out) << digits;
+    }
+  }
+}
+
+TEST(Escape, ACharacterThatIsCutOffIsNoneThatControlsDirection) {
+  for (const char* cut : {"\xE2", "\xE2\x80", "\xD8"}) {
+    const ExactBytes input(cut);
+    std::string out;
+    AppendPrintable(out, std::string_view(input.chars(), input.size()));
+    EXPECT_EQ("\\x", out.substr(0, 2));
+    EXPECT_EQ(4 * input.size(), out.size());
   }
 }
 

@@ -95,8 +95,27 @@ class Formats(tool.ToolTest):
                 text = out.decode("utf-8").replace("\n", "").replace("\t", "")
                 self.assertEqual([], [c for c in text if c < " " or "\x7f" <= c <= "\x9f"])
 
+    def test_text_cannot_change_the_direction_of_what_is_shown(self):
+        controls = [0x61c, 0x200e, 0x200f, *range(0x202a, 0x202f), *range(0x2066, 0x206a)]
+        between = "".join(map(chr, range(0x2000, 0x2070)))
+        self.write("hostile.torrent", torrent(comment="\u061c" + between, name="gnp.\u202etxt"))
+        for kind, form in (("mdls", "\\U%04x"), ("json", "\\u%04x"), ("ndjson", "\\u%04x"), ("plist", "&#x%04x;")):
+            with self.subTest(kind):
+                text = self.run_tool("--format", kind, "hostile.torrent")[0].decode("utf-8")
+                self.assertEqual([], [c for c in controls if chr(c) in text])
+                self.assertIn("gnp." + form % 0x202e + "txt", text)
+                self.assertEqual([], [c for c in controls if form % c not in text])
+
+    def test_complaints_cannot_change_the_direction_of_what_is_shown(self):
+        name = "x\u202e\u2066\u200f"
+        for arguments, code in (([name], 3), (["-" + name], 2), (["--bundle", name, "x"], 4), (["dump", name], 3),
+                                (["--locale", name, "x"], 2), (["--format", name, "x"], 2)):
+            with self.subTest(arguments):
+                _, err = self.run_tool(*arguments, code=code)
+                self.assertIn(rb"x\U202e\U2066\U200f", err)
+
     def test_hostile_text_comes_back_from_json(self):
-        comment = "".join(map(chr, range(1, 0x250))) + "\u2028\ufeff\ufffd\uffee"
+        comment = "".join(map(chr, [*range(1, 0x250), *range(0x600, 0x640), *range(0x2000, 0x2070)])) + "\u2028\ufeff\ufffd\uffee"
         self.write("hostile.torrent", torrent(comment=comment))
         for kind in ("json", "ndjson"):
             out, _ = self.run_tool("--format", kind, "hostile.torrent")

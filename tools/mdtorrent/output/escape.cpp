@@ -15,8 +15,8 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
 constexpr uint64_t EachByte(char byte) { return 0x0101010101010101U * static_cast<unsigned char>(byte); }
 
-// Where a format has to look closer: control characters, the bytes of `Others`, and 0xC2, which leads
-// U+0080 to U+00BF, among them the second set of control characters.
+// Where a format has to look closer: control characters, the bytes of `Others`, and those that lead other
+// characters that are escaped: 0xC2 leads U+0080 to U+00BF, 0xD8 U+0600 to U+063F, 0xE2 U+2000 to U+2FFF.
 template <char... Others>
 struct Stops {
   static constexpr std::array<bool, 256> MakeTable() {
@@ -24,7 +24,7 @@ struct Stops {
     for (size_t byte = 0; byte < 0x20; ++byte) {
       table[byte] = true;
     }
-    for (const char byte : {'\x7F', '\xC2', Others...}) {
+    for (const char byte : {'\x7F', '\xC2', '\xD8', '\xE2', Others...}) {
       table[static_cast<unsigned char>(byte)] = true;
     }
     return table;
@@ -54,20 +54,39 @@ struct Stops {
   }
 };
 
-// The control character at the start of `text`, either set, with its length; {0, 0} when it is none.
+// Whether a character does something to the terminal: the two sets of control characters, and those that
+// set the direction of text, with which a name can be made to look like another.
+constexpr bool Controls(unsigned code) {
+  return code < 0x20 || (code >= 0x7F && code < 0xA0) ||        //
+         code == 0x061C || code == 0x200E || code == 0x200F ||  //
+         (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
+// How long a character is that controls something and begins with `lead`; 0 when there is none.
+constexpr size_t ControlLen(unsigned char lead) {
+  if (lead < 0x80) {
+    return 1;
+  }
+  return lead == 0xC2 || lead == 0xD8 ? 2 : lead == 0xE2 ? 3 : 0;
+}
+
+// The character at the start of `text` when it is one of those, with its length; else {0, 0}.
 struct Control {
   unsigned code;
   size_t len;
 };
 Control ControlAt(std::string_view text) {
-  const auto byte = static_cast<unsigned char>(text[0]);
-  if (byte < 0x20 || byte == 0x7F) {
-    return {byte, 1};
+  constexpr unsigned kLeadBits[] = {0, 0x7F, 0x1F, 0x0F};
+  const auto lead = static_cast<unsigned char>(text[0]);
+  const size_t len = ControlLen(lead);
+  if (len == 0 || len > text.size()) {
+    return {0, 0};
   }
-  if (byte == 0xC2 && text.size() > 1 && static_cast<unsigned char>(text[1]) < 0xA0) {
-    return {static_cast<unsigned char>(text[1]), 2};
+  unsigned code = lead & kLeadBits[len];
+  for (size_t i = 1; i < len; ++i) {
+    code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3FU);
   }
-  return {0, 0};
+  return Controls(code) ? Control{code, len} : Control{0, 0};
 }
 
 void AppendHex(std::string& out, unsigned value, int digits) {
@@ -128,7 +147,7 @@ size_t AppendXmlSpecial(std::string& out, std::string_view text) {
   }
   if (control.code == '\r' || control.code >= 0x7F) {
     out.append("&#x");
-    AppendHex(out, control.code, 2);
+    AppendHex(out, control.code, control.code > 0xFF ? 4 : 2);
     out.push_back(';');
     return control.len;
   }
