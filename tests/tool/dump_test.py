@@ -6,6 +6,7 @@ import resource
 import xml.etree.ElementTree
 
 import tool
+from torrents import bencode
 
 SMALL = b"d1:ai-3e1:bl3:xyz0:e1:cd1:d3:a\\\nee"
 # More levels than any stack has room for.
@@ -48,6 +49,53 @@ class Dump(tool.ToolTest):
 
     def test_bencode_is_the_same_file_when_its_keys_are_sorted(self):
         self.assertEqual(SMALL, self.dump(SMALL, "bencode"))
+
+    def test_bencode_is_a_copy_of_what_is_encoded_strictly(self):
+        value = {bytes([i]) * (i % 5 + 1): [i - 128, bytes(range(i)), {}, []] for i in range(1, 256)}
+        strict = bencode({"": 2**63 - 1, "x": -2**63, **value})
+        self.assertEqual(strict, self.dump(strict, "bencode"))
+
+    def test_a_key_ends_at_its_first_zero_byte_in_all_but_json(self):
+        content = b"d3:a\0bi1ee"
+        self.assertEqual(b"d1:ai1ee", self.dump(content, "bencode"))
+        self.assertEqual(b"a=1\r\n", self.dump(content, "ascii"))
+        self.assertIn(b"<a>1</a>", self.dump(content, "xml"))
+        self.assertEqual({"a\0b": 1}, json.loads(self.dump(content, "json")))
+
+    def test_an_integer_beyond_64_bits_becomes_the_nearest_within(self):
+        content = b"li%dei%dei%dei%dee" % (2**63, 2**64, -2**63 - 1, 10**30)
+        within = [2**63 - 1, 2**63 - 1, -2**63, 2**63 - 1]
+        self.assertEqual(bencode(within), self.dump(content, "bencode"))
+        self.assertEqual(within, json.loads(self.dump(content, "json")))
+
+    def test_json_of_what_is_no_utf_8(self):
+        for text, expected in (("\U0001f600".encode(), rb"\ufbce\udd00"), (b"caf\xe9", rb"caf\uffff"),
+                               (b"\xf8\x88\x80\x80\x80", rb"\uffff" * 5), (b"\xc0\x80", rb"\u0000"),
+                               (b"\xed\xa0\x80", rb"\ud800"), (b"\xf4\x90\x80\x80", rb"\uffcf\udf00")):
+            with self.subTest(text):
+                self.assertEqual(b'[ "%s" ]\n' % expected, self.dump(bencode([text]), "json"))
+
+    def test_a_path_is_cut_to_63_bytes_with_its_equals_sign(self):
+        for count, head in ((62, b"k" * 62 + b"="), (63, b"k" * 63), (64, b"k" * 63)):
+            with self.subTest(count):
+                self.assertEqual(head + b"5\r\n", self.dump(bencode({"k" * count: 5}), "ascii"))
+
+    def test_tags_are_cut_to_127_bytes_with_their_brackets(self):
+        for count, tag, end in ((124, b"k" * 124, b">"), (125, b"k" * 125, b""), (126, b"k" * 126, b"")):
+            with self.subTest(count):
+                line = b"<%s>" % tag if count < 126 else b"<%s" % tag
+                self.assertIn(b"\t%s1</%s%s" % (line, tag[:125], end), self.dump(bencode({"k" * count: 1}), "xml"))
+
+    def test_a_key_that_is_no_xml_name_makes_no_xml(self):
+        for key in ("a b", "1"):
+            with self.subTest(key), self.assertRaises(xml.etree.ElementTree.ParseError):
+                xml.etree.ElementTree.fromstring(self.dump(bencode({key: 1}), "xml"))
+
+    def test_lines_of_ascii_and_xml_end_in_cr_lf(self):
+        for form in ("ascii", "xml"):
+            out = self.dump(b"d1:ai1e1:b1:xe", form)
+            self.assertEqual(out.count(b"\n"), out.count(b"\r\n"))
+            self.assertTrue(out.endswith(b"\r\n"))
 
     def test_bencode_sorts_keys(self):
         self.assertEqual(b"d1:ai2e1:bi1ee", self.dump(b"d1:bi1e1:ai2ee", "bencode"))
