@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "tools/mdtorrent/output/escape.h"
+#include "tools/mdtorrent/program_name.h"
 
 namespace mdtorrent {
 namespace {
@@ -62,7 +63,7 @@ Failure Diagnose(const std::string& path) {
 }
 
 std::string ComplaintLine(std::string_view path, std::string_view reason) {
-  std::string line = "mdtorrent: ";
+  std::string line = ProgramName() + ": ";
   AppendPrintable(line, path);
   line.append(": ").append(reason).push_back('\n');
   return line;
@@ -71,7 +72,7 @@ std::string ComplaintLine(std::string_view path, std::string_view reason) {
 void TellOutputError(FILE* complaints, int error) {
   if (error != EPIPE) {
     const std::string message = std::error_code(error, std::generic_category()).message();
-    fprintf(complaints, "mdtorrent: cannot write the output: %s\n", message.c_str());
+    fprintf(complaints, "%s: cannot write the output: %s\n", ProgramName().c_str(), message.c_str());
   }
 }
 

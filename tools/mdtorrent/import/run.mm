@@ -7,6 +7,7 @@
 #include "tools/mdtorrent/import/worker.h"
 #include "tools/mdtorrent/interrupt.h"
 #include "tools/mdtorrent/output/escape.h"
+#include "tools/mdtorrent/program_name.h"
 
 namespace mdtorrent {
 namespace {
@@ -56,7 +57,7 @@ ExitCode ExitCodeOf(const OrderedOutput& output) {
 }  // namespace
 
 ExitCode RefuseBundle(const std::string& path, const std::string& reason) {
-  std::string line = "mdtorrent: cannot load ";
+  std::string line = ProgramName() + ": cannot load ";
   AppendPrintable(line, path);
   fprintf(stderr, "%s: %s\n", line.c_str(), reason.c_str());
   return ExitCode::kBundle;
@@ -84,7 +85,7 @@ ExitCode Run(const Options& options, const ImporterBundle& bundle, const std::st
     TellOutputError(stderr, output.error());
   }
   if (paths.searched_folder()) {
-    fprintf(stderr, "mdtorrent: %s%s\n", Interrupted() ? "interrupted, " : "",
+    fprintf(stderr, "%s: %s%s\n", ProgramName().c_str(), Interrupted() ? "interrupted, " : "",
             SummaryLine(output.counts(), progress.Elapsed()).c_str());
   }
   return ExitCodeOf(output);
