@@ -53,8 +53,9 @@ class CommandLine(tool.ToolTest):
     def test_an_unknown_format_is_named(self):
         self.assertIn(b"xml", self.expect_usage_error("--format", "xml", "x"))
 
-    def test_an_unknown_locale_is_named(self):
-        self.assertIn(b"no_SUCH", self.expect_usage_error("--locale", "no_SUCH", "x"))
+    def test_a_locale_that_is_not_installed_is_a_usage_error(self):
+        self.assertEqual(b'mdtorrent: the locale "no_SUCH\\U001b" is not installed: locale -a lists what is '
+                         b"(see mdtorrent --help)\n", self.expect_usage_error("--locale", "no_SUCH\x1b", "x"))
 
     def test_two_dashes_end_the_options(self):
         self.write("--help")
@@ -117,6 +118,63 @@ class Locales(tool.ToolTest):
     def test_the_option_decides_over_the_environment(self):
         self.assertEqual("\u65e5\u672c", self.comment("--locale", "legacy"))
         self.assertNotEqual("\u65e5\u672c", self.comment("--locale", "C", locale="legacy"))
+
+    def test_of_repeated_options_the_last_decides(self):
+        self.assertEqual("\u65e5\u672c", self.comment("--locale", "no_SUCH", "--locale", "legacy"))
+
+    def test_a_declared_code_page_means_the_locale(self):
+        self.write("x.torrent", torrent(comment="\u00e9", encoding="CP1252"))
+        self.assertEqual("\u00e9", self.comment())
+        self.assertNotEqual("\u00e9", self.comment(locale="legacy"))
+
+    def test_what_is_declared_to_be_utf_8_and_is_none_is_lost(self):
+        self.write("x.torrent", torrent(comment="\u65e5\u672c".encode("euc-jp"), encoding="UTF-8"))
+        self.assertIsNone(self.comment(locale="legacy"))
+
+    def test_an_unknown_encoding_counts_as_none(self):
+        self.write("x.torrent", torrent(comment="\u65e5\u672c".encode("euc-jp"), encoding="bogus"))
+        self.assertEqual("\u65e5\u672c", self.comment(locale="legacy"))
+
+
+class UnknownLocales(tool.ToolTest):
+    """The environment names a locale that is not installed."""
+
+    WARNING = b'mdtorrent: warning: the locale "no_SUCH" is not installed: text in torrents that is no UTF-8 is lost\n'
+
+    def import_with(self, **variables):
+        environment = {"LC_ALL": "", "LC_CTYPE": "", "LANG": "", **variables}
+        out, err = self.run_tool("--format", "ndjson", "-j", "2", *["x.torrent"] * 3, environment=environment)
+        return [json.loads(line)["attributes"].get("kMDItemComment") for line in out.splitlines()], err
+
+    def test_it_is_told_once_and_work_goes_on(self):
+        self.write("x.torrent", torrent(comment="\u65e5\u672c"))
+        for variable in ("LC_ALL", "LC_CTYPE", "LANG"):
+            with self.subTest(variable):
+                self.assertEqual((["\u65e5\u672c"] * 3, self.WARNING), self.import_with(**{variable: "no_SUCH"}))
+
+    def test_what_is_no_utf_8_is_lost_as_told(self):
+        self.write("x.torrent", torrent(comment="caf\u00e9".encode("latin-1")))
+        self.assertEqual(([None] * 3, self.WARNING), self.import_with(LC_ALL="no_SUCH"))
+
+    def test_the_variable_that_counts_is_named(self):
+        self.write("x.torrent")
+        for variables in ({"LC_ALL": "no_SUCH", "LC_CTYPE": "a", "LANG": "b"}, {"LC_CTYPE": "no_SUCH", "LANG": "b"}):
+            with self.subTest(variables):
+                self.assertEqual(self.WARNING, self.import_with(**variables)[1])
+
+    def test_nothing_is_told_of_a_locale_for_other_things(self):
+        self.write("x.torrent")
+        self.assertEqual(b"", self.import_with(LC_TIME="no_SUCH", LANG="C.UTF-8")[1])
+
+    def test_nothing_is_told_of_a_locale_that_another_replaces(self):
+        self.write("x.torrent")
+        out, err = self.run_tool("--locale", "C.UTF-8", "x.torrent", environment={"LC_ALL": "no_SUCH"})
+        self.assertIn(b"kMDItemDescription", out)
+        self.assertEqual(b"", err)
+
+    def test_its_name_cannot_drive_the_terminal(self):
+        self.write("x.torrent")
+        self.assertIn(b'the locale "\\U001b\\xff" is', self.import_with(LC_ALL=b"\x1b\xff")[1])
 
 
 class Interrupts(tool.ToolTest):

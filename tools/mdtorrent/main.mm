@@ -15,6 +15,8 @@
 #include "tools/mdtorrent/import/run.h"
 #include "tools/mdtorrent/interrupt.h"
 #include "tools/mdtorrent/options.h"
+#include "tools/mdtorrent/output/escape.h"
+#include "tools/mdtorrent/program_name.h"
 
 namespace mdtorrent {
 namespace {
@@ -54,13 +56,32 @@ ExitCode RunWithBundle(const Options& options) {
   return bundle ? Run(options, *bundle, path) : RefuseBundle(path, error);
 }
 
-// Through the environment, as Foundation may set the locale from there again. False when `name` is
-// unknown; an unknown locale in the environment itself is no reason to refuse to work.
-bool ChooseLocale(const std::string& name) {
-  if (!name.empty()) {
-    setenv("LC_ALL", name.c_str(), 1);
+// The locale in the environment that decides on encodings.
+std::string EnvironmentLocale() {
+  for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+    const char* const name = getenv(variable);
+    if (name && *name != '\0') {
+      return name;
+    }
   }
-  return setlocale(LC_ALL, "") || name.empty();
+  return {};
+}
+
+// An unknown locale in the environment is no reason to refuse to work. One that counts only for other
+// things than encodings is none to speak of either.
+void UseEnvironmentLocale() {
+  if (setlocale(LC_ALL, "") || setlocale(LC_CTYPE, "")) {
+    return;
+  }
+  std::string line = ProgramName() + ": warning: the locale \"";
+  AppendPrintable(line, EnvironmentLocale());
+  fprintf(stderr, "%s\" is not installed: text in torrents that is no UTF-8 is lost\n", line.c_str());
+}
+
+// Through the environment, as Foundation may set the locale from there again. False when it is unknown.
+bool UseLocale(const std::string& name) {
+  setenv("LC_ALL", name.c_str(), 1);
+  return setlocale(LC_ALL, "");
 }
 
 ExitCode Main(int argc, char** argv) {
@@ -73,8 +94,10 @@ ExitCode Main(int argc, char** argv) {
     return Dump(*dump, stdout, stderr);
   }
   const Options& options = std::get<Options>(parsed);
-  if (!ChooseLocale(options.locale)) {
-    return Give(UsageError("unknown locale " + options.locale));
+  if (options.locale.empty()) {
+    UseEnvironmentLocale();
+  } else if (!UseLocale(options.locale)) {
+    return Give(UsageError("the locale \"" + options.locale + "\" is not installed: locale -a lists what is"));
   }
   setvbuf(stdout, nullptr, _IOFBF, kOutputBuffer);
   signal(SIGPIPE, SIG_IGN);
