@@ -31,7 +31,7 @@ class OrderedOutputTest : public testing::Test {
     fclose(err_);
   }
   OrderedOutput Make(bool flush_each = false) {
-    return OrderedOutput({out_, err_, flush_each}, {"<", ",", ">"}, progress_);
+    return OrderedOutput({out_, err_, flush_each, false}, {"<", ",", ">"}, progress_);
   }
   static void Finish(OrderedOutput& output, size_t number, std::string text, Outcome outcome = Outcome::kImported,
                      const char* complaint = "") {
@@ -107,7 +107,7 @@ TEST_F(OrderedOutputTest, AFailingOutputIsNotedOnce) {
   if (!full) {
     GTEST_SKIP() << "this system has no /dev/full";
   }
-  OrderedOutput output({full, err_, true}, {}, progress_);
+  OrderedOutput output({full, err_, true, false}, {}, progress_);
   Finish(output, 0, "a");
   EXPECT_EQ(ENOSPC, output.error());
   Finish(output, 1, "b");

@@ -219,53 +219,126 @@ class Interrupts(tool.ToolTest):
         self.assertRegex(err.decode(), r"^mdtorrent: interrupted, \d+ files?: ")
 
 
-class ProgressLine(tool.ToolTest):
-    def feed(self, process):
-        """Has one file imported."""
-        process.stdin.write(b"x.torrent\n")
-        process.stdin.flush()
-        process.stdout.readline()
+class Terminal:
+    """A terminal for a program to write to. Keeps what arrives, and when."""
 
-    def terminal_run(self, seconds, *arguments):
-        """Runs for `seconds` with standard error on a terminal; returns what appeared there."""
-        self.write("x.torrent")
+    def __init__(self, test):
         try:
-            ours, theirs = pty.openpty()
+            self.ours, self.theirs = pty.openpty()
         except OSError as error:
-            self.skipTest(f"this system hands out no terminals: {error}")
-        process = self.start("--format", "ndjson", *arguments, "-", stdin=subprocess.PIPE, stderr=theirs)
-        os.close(theirs)
-        seen = bytearray()
+            test.skipTest(f"this system hands out no terminals: {error}")
+        test.addCleanup(os.close, self.ours)
+        self.chunks = []
+        self.collector = threading.Thread(target=self.collect)
 
-        def collect():
-            with contextlib.suppress(OSError):
-                while data := os.read(ours, 4096):
-                    seen.extend(data)
+    def attach(self, process):
+        """Leaves the program's end to the program."""
+        os.close(self.theirs)
+        self.collector.start()
+        return process
 
-        collector = threading.Thread(target=collect)
-        collector.start()
-        self.feed(process)  # the program's clock runs from here on at the latest
+    def collect(self):
+        with contextlib.suppress(OSError):
+            while data := os.read(self.ours, 4096):
+                self.chunks.append((time.monotonic(), data.decode()))
+
+    def seen(self):
+        """Everything that was written until the program ended."""
+        self.collector.join()
+        return "".join(data for _, data in self.chunks)
+
+    def screen(self):
+        """The lines that a terminal shows in the end: a return goes back, and what stands there is written over."""
+        lines, column = [""], 0
+        for part in re.findall(r"\x1b\[K|.", self.seen(), re.DOTALL):
+            if part == "\x1b[K":
+                lines[-1] = lines[-1][:column]
+            elif part == "\r":
+                column = 0
+            elif part == "\n":
+                lines.append("")
+                column = 0
+            else:
+                lines[-1] = lines[-1][:column] + part + lines[-1][column + 1:]
+                column += 1
+        return lines
+
+    def visible_share(self, end):
+        """How much of the time from the first sight of something until `end` something stood in the last line."""
+        self.collector.join()
+        shown, since = 0, None
+        for when, data in [*self.chunks, (end, "")]:
+            if since is not None:
+                shown += min(when, end) - min(since, end)
+            since = None if re.split("[\r\n]", data)[-1] in ("", "\x1b[K") else when
+        return shown / (end - self.chunks[0][0])
+
+
+class ProgressLine(tool.ToolTest):
+    def feed(self, process, seconds, pause, line=b"x.torrent\n"):
+        """Has the same file imported again and again; returns when the last one was asked for."""
         end = time.monotonic() + seconds
-        while time.monotonic() < end:
-            self.feed(process)
-            time.sleep(0.15)  # long enough for the line to be due again
-        self.feed(process)
+        while (now := time.monotonic()) < end:
+            process.stdin.write(line)
+            process.stdin.flush()
+            time.sleep(pause)
+        return now
+
+    def terminal_run(self, seconds, *arguments, pause=0.15, line=b"x.torrent\n", code=0, **settings):
+        """Runs for `seconds` with standard error on a terminal; returns that and when the end was near."""
+        self.write("x.torrent")
+        terminal = Terminal(self)
+        settings = {"stdout": subprocess.PIPE, "stderr": terminal.theirs, "stdin": subprocess.PIPE, **settings}
+        if settings["stdout"] == "terminal":
+            settings["stdout"] = terminal.theirs
+        process = terminal.attach(self.start(*arguments, "-", **settings))
+        process.stdin.write(line)
+        process.stdin.flush()
+        if process.stdout:
+            process.stdout.readline()  # the program's clock runs from here on at the latest
+        end = self.feed(process, seconds, pause, line)
         process.communicate(timeout=tool.TIMEOUT)
-        collector.join()
-        os.close(ours)
-        self.assertEqual(0, process.returncode)
-        return seen.decode()
+        self.assertEqual(code, process.returncode)
+        return terminal, end
 
     def test_a_long_run_shows_it_on_a_terminal_and_cleans_up(self):
-        seen = self.terminal_run(0.8)
+        seen = self.terminal_run(0.8, "--format", "ndjson")[0].seen()
         self.assertRegex(seen, r"\r\d+ files, \d+/s\x1b\[K")
         self.assertTrue(seen.endswith("\r\x1b[K"), seen)
 
+    def test_it_stays_in_sight_while_the_records_go_to_a_file(self):
+        with open(os.path.join(self.folder, b"out"), "wb") as out:
+            terminal, end = self.terminal_run(5, "--format", "ndjson", stdout=out, pause=0.01)
+        self.assertGreater(end - terminal.chunks[0][0], 2)
+        self.assertGreater(terminal.visible_share(end), 0.9)
+
+    def test_records_on_the_same_terminal_do_not_mix_with_it(self):
+        for kind, parse in (("ndjson", lambda text: [json.loads(line) for line in text.splitlines()]),
+                            ("json", json.loads), ("plist", lambda text: plistlib.loads(text.encode()))):
+            with self.subTest(kind):
+                terminal, _ = self.terminal_run(0.8, "--format", kind, stdout="terminal", pause=0.02)
+                screen = "\n".join(terminal.screen())
+                records = parse(screen)
+                self.assertNotIn(" files, ", screen)
+                self.assertEqual({True}, {record["imported"] for record in records})
+                self.assertEqual(kind != "json", " files, " in terminal.seen())  # a line in JSON ends with the next
+
+    def test_it_comes_back_at_once_after_a_record_on_the_same_terminal(self):
+        terminal, _ = self.terminal_run(0.8, "--format", "ndjson", stdout="terminal", pause=0.02)
+        after_the_first_sight = terminal.seen().partition(" files, ")[2]
+        self.assertEqual(after_the_first_sight.count("imported"), after_the_first_sight.count(" files, "))
+
+    def test_complaints_do_not_mix_with_it(self):
+        terminal, _ = self.terminal_run(0.8, line=b"missing\n", stdout=subprocess.DEVNULL, pause=0.02, code=3)
+        self.assertIn(" failed, ", terminal.seen())
+        *complaints, last = terminal.screen()
+        self.assertEqual(({"mdtorrent: missing: cannot open: No such file or directory"}, ""), (set(complaints), last))
+
     def test_never_is_silent_even_there(self):
-        self.assertEqual("", self.terminal_run(0.8, "--progress", "never"))
+        self.assertEqual("", self.terminal_run(0.8, "--format", "ndjson", "--progress", "never")[0].seen())
 
     def test_a_short_run_shows_nothing(self):
-        self.assertEqual("", self.terminal_run(0))
+        self.assertEqual("", self.terminal_run(0, "--format", "ndjson")[0].seen())
 
     def test_elsewhere_it_is_silent_unless_always(self):
         self.write("x.torrent")

@@ -40,7 +40,8 @@ std::vector<std::unique_ptr<Importer>> MakeImporters(const Options& options, con
 }
 
 OrderedOutput::Streams StandardStreams(const Options& options) {
-  return {stdout, stderr, options.format == Format::kNdjson || isatty(STDOUT_FILENO) != 0};
+  const bool on_terminal = isatty(STDOUT_FILENO) != 0;
+  return {stdout, stderr, options.format == Format::kNdjson || on_terminal, on_terminal && isatty(STDERR_FILENO) != 0};
 }
 
 ExitCode ExitCodeOf(const OrderedOutput& output) {

@@ -15,6 +15,22 @@ void OrderedOutput::Put(std::string_view text) {
   if (!text.empty() && error() == 0 && fwrite(text.data(), 1, text.size(), streams_.out) != text.size()) {
     NoteError();
   }
+  if (!text.empty()) {
+    line_ended_ = text.back() == '\n';
+  }
+}
+
+void OrderedOutput::MakeRoomForText() {
+  if (streams_.out_on_screen) {
+    progress_.Erase();
+  }
+}
+
+// Where the text of a record is still in the line, as in JSON, there is no room for another.
+void OrderedOutput::ShowProgress() {
+  if (!streams_.out_on_screen || line_ended_) {
+    progress_.Update(counts_);
+  }
 }
 
 void OrderedOutput::PutRecordText(std::string_view text) {
@@ -23,7 +39,7 @@ void OrderedOutput::PutRecordText(std::string_view text) {
   }
   if (!record_begun_) {
     record_begun_ = true;
-    progress_.Erase();
+    MakeRoomForText();
     if (any_record_) {
       Put(framing_.between);
     }
@@ -43,7 +59,7 @@ void OrderedOutput::EndRecord(Outcome outcome, std::string_view text, const std:
     fputs(complaint.c_str(), streams_.err);
   }
   counts_.Add(outcome);
-  progress_.Update(counts_);
+  ShowProgress();
   next_.fetch_add(1, std::memory_order_release);
 }
 
@@ -57,6 +73,7 @@ void OrderedOutput::EndKeptRecords() {
 void OrderedOutput::Begin() { Put(framing_.before); }
 
 void OrderedOutput::End() {
+  MakeRoomForText();
   Put(framing_.after);
   if (error() == 0 && fflush(streams_.out) != 0) {
     NoteError();

@@ -25,7 +25,8 @@ class OrderedOutput {
   struct Streams {
     FILE* out;
     FILE* err;
-    bool flush_each;  // whether a reader waits for each record
+    bool flush_each;     // whether a reader waits for each record
+    bool out_on_screen;  // whether what is written to `out` appears where the progress line stands
   };
 
   OrderedOutput(Streams streams, const Framing& framing, Progress& progress)
@@ -60,6 +61,8 @@ class OrderedOutput {
   static constexpr size_t kMostKept = size_t{16} << 20;
 
   void Put(std::string_view text);
+  void MakeRoomForText();
+  void ShowProgress();
   void PutRecordText(std::string_view text);
   void EndRecord(Outcome outcome, std::string_view text, const std::string& complaint);
   void EndKeptRecords();
@@ -75,6 +78,7 @@ class OrderedOutput {
   size_t kept_size_ = 0;
   bool record_begun_ = false;
   bool any_record_ = false;
+  bool line_ended_ = true;
   Counts counts_;
   std::atomic<int> error_{0};
 };

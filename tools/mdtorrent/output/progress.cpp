@@ -107,6 +107,7 @@ void Progress::Show(const Counts& counts) {
   fputs(line.c_str(), err_);
   fflush(err_);
   visible_ = in_place_;
+  erased_ = false;
 }
 
 void Progress::Update(const Counts& counts) {
@@ -114,7 +115,7 @@ void Progress::Update(const Counts& counts) {
     return;
   }
   const auto now = std::chrono::steady_clock::now();
-  if (now >= due_) {
+  if (erased_ || now >= due_) {
     Show(counts);
     due_ = now + (in_place_ ? kBetweenOnTerminal : kBetweenLines);
   }
@@ -125,6 +126,7 @@ void Progress::Erase() {
     fputs("\r\x1b[K", err_);
     fflush(err_);
     visible_ = false;
+    erased_ = true;
   }
 }
 

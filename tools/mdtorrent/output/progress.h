@@ -39,10 +39,10 @@ class Progress {
 
   void set_total(std::optional<size_t> total) { total_ = total; }
 
-  // Prints the line anew if it is time to.
+  // Prints the line anew if it is time to, or if it was taken off the terminal.
   void Update(const Counts& counts);
 
-  // Takes the line off the terminal, so that other text can be printed.
+  // Takes the line off the terminal until the next Update, so that other text can be printed there.
   void Erase();
 
   // Prints what is due at the end of the run and leaves the terminal clean.
@@ -59,6 +59,7 @@ class Progress {
   bool in_place_;
   bool may_show_;
   bool visible_ = false;
+  bool erased_ = false;
   std::optional<size_t> total_;
   std::chrono::steady_clock::time_point start_;
   std::chrono::steady_clock::time_point due_;
