@@ -10,6 +10,7 @@ import signal
 import subprocess
 import threading
 import time
+import unittest
 
 import tool
 from torrents import torrent
@@ -85,6 +86,25 @@ class Threads(tool.ToolTest):
         names = ["bad%02d" % i for i in range(40)]
         _, err = self.run_tool("-j", "4", *names, code=3)
         self.assertEqual(names, re.findall("bad[0-9]+", err.decode()))
+
+    @unittest.skipUnless(os.path.exists("/proc/self/status"), "this system does not count what a thread does")
+    def test_a_thread_that_waits_for_the_others_sleeps(self):
+        self.write("x.torrent", torrent("top", files=[(["name %d" % i], 1) for i in range(20000)]))
+
+        def wake_ups():
+            with open("/proc/%d/status" % process.pid, encoding="ascii") as file:
+                return int(re.search(r"^voluntary_ctxt_switches:\s*(\d+)", file.read(), re.MULTILINE)[1])
+
+        for _ in range(3):  # the one file is for any of the threads, and seldom for the first
+            process = self.start("-j", "32", "x.torrent")
+            first = os.read(process.stdout.fileno(), 1)
+            time.sleep(0.3)  # no one reads the rest: the thread that has it waits, and the first one for that
+            before = wake_ups()
+            time.sleep(0.3)
+            woken = wake_ups() - before
+            out, _ = process.communicate(timeout=tool.TIMEOUT)
+            self.assertEqual((0, 20000), (process.returncode, (first + out).count(b"name ")))
+            self.assertLess(woken, 10)
 
     def test_more_threads_than_files(self):
         self.write("x.torrent")

@@ -1,8 +1,10 @@
 #include "tools/mdtorrent/import/worker.h"
 
 #include <Foundation/Foundation.h>
+#include <pthread.h>
 #include <sys/resource.h>
-#include <unistd.h>
+
+#include <list>
 
 #include "tools/mdtorrent/import/attributes.h"
 
@@ -48,65 +50,55 @@ void Work(Job& job, Importer& importer) {
 }
 
 // The stack that the main thread may use: importers size their temporary buffers by it.
-NSUInteger MainStackSize() {
+size_t MainStackSize() {
   constexpr rlim_t kUsual = 8 << 20;
   rlimit limit;
   const bool finite = getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
   return finite && limit.rlim_cur > kUsual ? limit.rlim_cur : kUsual;
 }
 
+// A thread that works on a job with its own importer. It is one of the system's own, as Foundation
+// has no way to wait for the end of its threads.
+class Worker {
+ public:
+  Worker(Job& job, Importer& importer) : job_(job), importer_(importer) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, MainStackSize());
+    started_ = pthread_create(&thread_, &attributes, Main, this) == 0;
+    pthread_attr_destroy(&attributes);
+  }
+  ~Worker() {
+    if (started_) {
+      pthread_join(thread_, nullptr);
+    }
+  }
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+
+ private:
+  static void* Main(void* argument) {
+    const auto* worker = static_cast<Worker*>(argument);
+    NSAutoreleasePool* pool = [NSAutoreleasePool new];
+    Work(worker->job_, worker->importer_);
+    [pool release];
+    return nullptr;
+  }
+
+  Job& job_;
+  Importer& importer_;
+  pthread_t thread_;
+  bool started_;  // when the system has no thread to give, the others do the work
+};
+
 }  // namespace
-}  // namespace mdtorrent
-
-// A thread that Foundation knows, working on a job with its own importer.
-@interface MDTWorker : NSThread {
-  mdtorrent::Job* job_;
-  mdtorrent::Importer* importer_;
-}
-- (id)initWithJob:(mdtorrent::Job*)job importer:(mdtorrent::Importer*)importer;
-- (void)join;
-@end
-
-@implementation MDTWorker
-
-- (id)initWithJob:(mdtorrent::Job*)job importer:(mdtorrent::Importer*)importer {
-  self = [super init];
-  if (self) {
-    job_ = job;
-    importer_ = importer;
-    [self setStackSize:mdtorrent::MainStackSize()];
-  }
-  return self;
-}
-
-- (void)main {
-  mdtorrent::Work(*job_, *importer_);
-}
-
-// Foundation has no way to wait for a thread; one that has no more work ends in no time.
-- (void)join {
-  while (![self isFinished]) {
-    usleep(100);
-  }
-}
-
-@end
-
-namespace mdtorrent {
 
 void ImportAll(Job& job, const std::vector<std::unique_ptr<Importer>>& importers) {
-  NSMutableArray* threads = [NSMutableArray new];
+  std::list<Worker> workers;
   for (size_t i = 1; i < importers.size(); ++i) {
-    MDTWorker* worker = [[MDTWorker alloc] initWithJob:&job importer:importers[i].get()];
-    [worker start];
-    [threads addObject:worker];
-    [worker release];
+    workers.emplace_back(job, *importers[i]);
   }
   Work(job, *importers[0]);
-  for (NSUInteger i = 0; i < [threads count]; ++i) {
-    [[threads objectAtIndex:i] join];
-  }
-  [threads release];
 }
 
 }  // namespace mdtorrent
