@@ -63,12 +63,6 @@ void PathTable::Remove(PathEntry* entry) {
   --live;
 }
 
-void PathTable::Compact() {
-  if (live != used) {
-    Grow(capacity);
-  }
-}
-
 void PathTable::Grow(size_t new_capacity) {
   size_t kept = 0;
   for (size_t i = 0; i < used; ++i) {

@@ -19,7 +19,7 @@ struct PathEntry {
 struct PathTable {
   using Same = bool (*)(const void* key, const void* other);
 
-  PathEntry* entries;  // in order of insertion, removed ones included until they are moved together
+  PathEntry* entries;  // in order of insertion, removed ones included until the table grows
   struct Slot* slots;  // open addressing, at least twice as many as entries; the number a power of 2
   size_t used;         // entries in use, removed ones included
   size_t capacity;
@@ -29,8 +29,7 @@ struct PathTable {
   void Reserve(size_t count);
 
   // The entry under `key`, whose hash is `hash`; null when there is none. `same` is asked only about
-  // keys of an equal hash. Valid until the entry is removed or the table is added to, reserved, compacted or
-  // freed.
+  // keys of an equal hash. Valid until the entry is removed or the table is added to, reserved or freed.
   PathEntry* Find(uint64_t hash, const void* key, Same same) const;
 
   // Adds a key and returns its entry, with no value and the number 0. Other entries are invalidated.
@@ -39,9 +38,6 @@ struct PathTable {
 
   // Empties an entry; those that follow keep their order.
   void Remove(PathEntry* entry);
-
-  // Closes the gaps that removed entries left, so that entries[0] to entries[live - 1] are all keys.
-  void Compact();
 
   void Free();
 
