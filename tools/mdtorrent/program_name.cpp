@@ -9,18 +9,21 @@ namespace {
 
 constexpr std::string_view kOwnName = "mdtorrent";
 
+// Empty without a script.
+std::string_view ScriptName() {
+  const char* const name = getenv(kCommandVariable);
+  return name ? name : std::string_view();
+}
+
 }  // namespace
 
 std::string ProgramName() {
   std::string name;
-  AppendPrintable(name, RunByScript() ? getenv(kCommandVariable) : kOwnName);
+  AppendPrintable(name, RunByScript() ? ScriptName() : kOwnName);
   return name;
 }
 
-bool RunByScript() {
-  const char* const name = getenv(kCommandVariable);
-  return name && *name != '\0';
-}
+bool RunByScript() { return !ScriptName().empty(); }
 
 std::string WithProgramName(std::string_view text) {
   const std::string name = ProgramName();
