@@ -119,7 +119,7 @@ struct BencArray : LList<T>, Record {
   }
 
   // Compares two keys: their common length as bytes up to a zero byte that both have, then the
-  // shorter first. Negative, zero or positive.
+  // shorter first, by the whole lengths. Negative, zero or positive.
   // On purpose: keys that agree up to a common zero byte and have equal lengths are equal.
   int Compare(const BencArray& other) const {
     const size_t common = this->size() < other.size() ? this->size() : other.size();

@@ -61,7 +61,7 @@ class BencodedEmitter {
   size_t size() const { return output_.size(); }
 
   // Hands over the output in a block of exactly its size, freed with MyFree, and its length unless `len`
-  // is null. The emitter is empty then.
+  // is null. Null when nothing was emitted. The emitter is empty then.
   unsigned char* Take(size_t* len);
 
   // Text made in place: room for `n` bytes behind the output, of which Keep makes `used` part of it.

@@ -108,6 +108,11 @@ struct LListRaw {
   // Returns a new string, freed with MyFree: `prefix`, then the text of each element with "," between
   // them. With `url_encode` everything behind the prefix is URL-encoded, the commas included.
   //
+  // The URL-encoded form goes through str_fmt: the text ends at the first zero byte of an element's text,
+  // and the result is cut at kAllocFormatLimit characters.
+  // Requires: with `url_encode`, three times the text that is joined and not cut is below half of
+  // GetMaxStackSize() (see fmt_urlencoded).
+  //
   // `format` writes the text of `element` to `dst`, at most `room` bytes and a terminator, and returns
   // the bytes it wrote without the terminator. The room is at least 9 bytes for each element and never
   // asked for again: longer text is cut by the formatter. `stride` is the element size.
@@ -121,7 +126,8 @@ struct LListRaw {
   // only LDCompact makes, takes no LDpush_front while it is empty: Resize it first.
 
   // Adds a slot, uninitialised, behind the last element or before the first and returns its address.
-  // Cost: amortised constant; a run that reached its end of the block is centred again.
+  // Cost: a run that reached its end of the block moves by half of the free slots. That is logarithmic on
+  // average while the array only grows; in a queue that is kept nearly full each push may move the whole run.
   void* LDpush_back(size_t elemsize, ptrdiff_t& start);
   void* LDpush_front(size_t elemsize, ptrdiff_t& start);
 

@@ -4,6 +4,9 @@
 // tree's code is written once, in MapPrivate::NodeBase, and knows keys only through its nodes'
 // virtual operations; Map supplies types and ordering. Entries never move, so their addresses stay
 // valid until they are erased. A map belongs to one thread at a time.
+//
+// Insertions alone keep the height logarithmic in the number of entries. Removals rotate nothing: a map
+// that has lost entries may keep the height that it had with all of them.
 #pragma once
 
 #include <stddef.h>
@@ -89,7 +92,7 @@ struct NodeBase {
   const NodeBase* getSmallest() const;
   const NodeBase* getLargest() const;
 
-  // The node of this subtree with `key`, or null. Cost: logarithmic.
+  // The node of this subtree with `key`, or null. Cost: the height.
   NodeBase* Lookup(const void* key) { return const_cast<NodeBase*>(LookupBase(key)); }
   const NodeBase* LookupBase(const void* key) const;
 
@@ -286,7 +289,7 @@ class Map : public Record {
   const_iterator end() const { return {Head(), nullptr}; }
 
   // Adds a copy of `pair`, whose value moves; changes nothing when the key is there.
-  // Cost, here and below: logarithmic comparisons.
+  // Cost, here and below: comparisons up to the height of the tree.
   Inserted insert(const value_type& pair) {
     Place place;
     if (Entry* found = Find(pair.first, nullptr, &place)) {
@@ -336,7 +339,8 @@ class Map : public Record {
     return 1;
   }
 
-  // Removes all entries. Cost: linear.
+  // Removes all entries. The root's value is freed first, every other one after the values below it.
+  // Cost: linear, without recursion.
   void clear() {
     if (NodeBase* root = head.DisownLeft()) {
       delete root;

@@ -59,10 +59,11 @@ struct FormatterOutputCallbackData {
   void emit(const char* text, size_t n);
   void emit(const wchar_t* text, size_t n);
 
-  // Emits as many of the `count` copies of `ch` as fit.
+  // Emits as many of the `count` copies of `ch` as fit, in runs of at most 256.
   void repeat(char ch, uint64_t count);
 
-  // Emits as many of the `count` copies of `ch` as fit and returns how many those were.
+  // Emits as many of the `count` copies of `ch` as fit, in runs of at most 256, and returns how many those
+  // were.
   // Requires: what is left of `count` after that is not negative and smaller than half of
   // GetMaxStackSize().
   int do_pad(char ch, int count);
@@ -76,7 +77,9 @@ static_assert(offsetof(FormatterOutputCallbackData, written) == 2 * sizeof(void*
 static_assert(offsetof(FormatterOutputCallbackData, limit) == 2 * sizeof(void*) + sizeof(uint64_t));
 static_assert(sizeof(FormatterOutputCallbackData) == 2 * sizeof(void*) + 2 * sizeof(uint64_t));
 
-// A variadic argument list that is handed on by reference: each directive takes what it needs.
+// A variadic argument list that is handed on by reference: each directive takes what it needs. A va_list
+// passed by value would do where it is an array, as on x86-64; where it is a pointer or a structure, as on
+// arm64, the caller's would stay at the same argument.
 struct FormatArgs {
   va_list list;
 };
@@ -102,7 +105,8 @@ bool fd_format_switch(FormatterOutputCallbackData& data, char conversion, int wi
 void fmt_string(FormatterOutputCallbackData& data, const char* text, size_t len, int width, unsigned flags);
 void fmt_string(FormatterOutputCallbackData& data, const wchar_t* text, size_t units, int width, unsigned flags);
 
-// Writes `len` bytes with every byte but letters, digits and "-_.~" as "%" and two lower-case hex digits.
+// Writes `len` bytes with every byte but letters, digits and "-_.~" as "%" and two lower-case hex digits, in
+// pieces of at most 256 characters.
 // Requires: three times the smaller of `len` and the room is below half of GetMaxStackSize().
 void fmt_urlencoded(FormatterOutputCallbackData& data, const char* text, size_t len);
 
@@ -111,12 +115,16 @@ void fmt_urlencoded(FormatterOutputCallbackData& data, const char* text, size_t 
 void fmt_number(FormatterOutputCallbackData& data, uint64_t value, int base, int width, int precision, unsigned flags);
 
 // Writes `value` with `precision` decimals, 6 when absent, padded on the right to `width`.
-// On purpose: values between -1 and 0 lose their minus sign, a carry out of the decimals is not moved
-// into the integer part, and precision 0 writes the point and, unless it is zero, one decimal.
+// On purpose: values between -1 and 0 lose their minus sign; a carry out of the decimals is not moved into
+// the integer part but adds a digit ("%.2f" of 0.999 is "0.100"); and a fraction that begins with as many
+// zeros as there are decimals, without being zero, is written with one decimal more ("%.2f" of 0.001 is
+// "0.001", "%.0f" of 2.25 is "2.3").
 void fmt_double(FormatterOutputCallbackData& data, double value, int width, int precision, unsigned flags);
 
-// Writes an IPv4 address, most significant byte first, padded on the right to `width`. With the zero
-// flag the octets are padded instead: to 3 digits with the left flag too, else to `width` each.
+// Writes an IPv4 address, most significant byte first, padded on the right to `width`. With the zero flag
+// each octet is padded with zeros to `width` instead; with the left flag as well, and a width other than 0,
+// each octet to 3 digits and the whole on the right to `width`. The precision and the other flags apply to
+// each octet.
 void fmt_ip(FormatterOutputCallbackData& data, uint32_t value, int width, int precision, unsigned flags);
 
 // Writes an IPv6 address as the platform does, cut to `precision` characters.
@@ -130,6 +138,8 @@ void fmt_addr(FormatterOutputCallbackData& data, const SockAddr* addr, int width
 
 // Writes a byte count with its unit ("512 B", "1.5 kB"), truncated to one decimal, padded on the right
 // to `width`. The alt flag gives about three digits instead ("1.23 MB", "12.3 MB", "123 MB").
+// On purpose: exabytes begin at 2^62 hundredths of a byte, near 41 PB, and show as "0.0 EB" and "0.1 EB";
+// beyond 2^64 hundredths, near 164 PB, the count wraps.
 void fmt_size(FormatterOutputCallbackData& data, uint64_t count, int width, unsigned flags);
 
 // Formats into `buf`, which is always terminated; output that does not fit is cut.

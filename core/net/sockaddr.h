@@ -31,7 +31,8 @@ struct SockAddr {
   // The unspecified value: port 0 and, by _use_ipv6, the address :: or the IPv4 address 0.0.0.0.
   SockAddr();
 
-  // An IPv4 endpoint; `ip` is in host order, 0x7F000001 for 127.0.0.1.
+  // An IPv4 endpoint; `ip` is in host order, 0x7F000001 for 127.0.0.1. A literal zero is written 0u: a plain
+  // 0 is a null pointer as well, and SockAddr(0, 80) does not compile.
   SockAddr(uint32_t ip, uint16_t port);
 
   // An IPv6 endpoint, or a normal IPv4 one when the address has the mapped prefix.

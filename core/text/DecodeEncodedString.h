@@ -34,7 +34,8 @@ int DecodeUtf8(const char* src, size_t src_len, wchar_t* dst, size_t dst_cap, bo
 //
 // Never null. `*out_len`, when given, receives the units without the terminator. UTF-8 never fails
 // (see DecodeUtf8) and keeps zero bytes as units inside the text; text in the locale's encoding ends
-// at its first zero byte, and text that the locale cannot convert gives the empty string.
+// at its first zero byte, and text that the locale cannot convert gives the empty string. It is converted
+// together with its terminator, so that a last letter that waits for an accent is not lost.
 // Cost: linear; one pass for valid UTF-8. Needs four bytes per input byte while it works, five in the locale's
 // encoding.
 wchar_t* DecodeEncodedString(int code_page, const char* src, size_t src_len, size_t* out_len = nullptr);

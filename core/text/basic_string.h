@@ -177,7 +177,7 @@ basic_string<wchar_t> to_tstring(const basic_string<char>& s);
 
 // Returns the text converted to the locale's encoding as to_ansi_alloc does; null when that cannot be
 // done.
-// Requires: no other thread changes the locale meanwhile.
+// Requires: as to_ansi_alloc.
 basic_string<char> to_string(const basic_string<wchar_t>& s);
 // The same for a bare text; null gives null.
 basic_string<char> tstr_to_string(const wchar_t* s);

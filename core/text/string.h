@@ -152,8 +152,9 @@ wchar_t* to_unicode_alloc(const wchar_t* s);
 char* to_ansi_alloc(const char* s);
 // Returns a new copy of `s`, converted to the locale's encoding. Text that the encoding lacks is
 // converted once more with every unit from 127 upward replaced as in to_ansi_char; null when that
-// fails too, and for null. A locale that another thread changes meanwhile is followed.
-// Requires: the locale changes at most twice meanwhile.
+// fails too, and for null. The text is measured and then converted; when another thread changed the locale
+// in between, both are done again.
+// Requires: that happens at most twice.
 char* to_ansi_alloc(const wchar_t* s);
 // Returns `s` itself.
 const char* to_ansi(const char* s);
@@ -178,10 +179,10 @@ class StringBuffer : public LList<char> {
   // Appends formatted text (see core/format/strfmt.h), cut at 8191 characters.
   void AddFmt(const char* format, ...);
 
-  // Returns the terminated text, freed with MyFree, and leaves the buffer empty.
+  // Returns the terminated text, never null and freed with MyFree, and leaves the buffer empty.
   char* StealString();
 
-  // Returns the terminated text, which stays the buffer's and is valid until the buffer changes.
+  // Returns the terminated text, never null. It stays the buffer's and is valid until the buffer changes.
   char* AsString();
 };
 
@@ -200,10 +201,10 @@ class StringBufferT : public LList<wchar_t> {
   // Appends formatted text (see core/format/strfmt.h), cut at 1048576 units.
   void AddFmt(const wchar_t* format, ...);
 
-  // Returns the terminated text, freed with MyFree, and leaves the buffer empty.
+  // Returns the terminated text, never null and freed with MyFree, and leaves the buffer empty.
   wchar_t* StealString();
 
-  // Returns the terminated text, which stays the buffer's and is valid until the buffer changes.
+  // Returns the terminated text, never null. It stays the buffer's and is valid until the buffer changes.
   wchar_t* AsString();
 };
 

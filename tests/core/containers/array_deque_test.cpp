@@ -76,6 +76,19 @@ TEST(LListDeque, BackPushCentresTheRunThatReachedTheEnd) {
   EXPECT_EQ(Iota(9), LiveRun(q.array, q.start));
 }
 
+TEST(LListDeque, APushOntoANearlyFullQueueMovesTheWholeRun) {
+  Ints array(Iota(16));
+  ptrdiff_t start = 0;
+  for (int i = 16; i < 50; ++i) {
+    array.SetCount(15);
+    ++start;
+    *static_cast<int*>(array.LDpush_back(kInt, start)) = i;
+    ASSERT_EQ(0, start);
+    ASSERT_EQ(16u, array.capacity);
+    ASSERT_EQ(i - 15, array[0]);
+  }
+}
+
 TEST(LListDeque, MixedPushesKeepTheirOrder) {
   Ints array;
   ptrdiff_t start = 0;

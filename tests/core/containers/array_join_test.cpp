@@ -10,6 +10,7 @@
 
 #include "core/base/mem1.h"
 #include "core/containers/templates.h"
+#include "core/format/strfmt.h"
 #include "tests/support/arrays.h"
 #include "tests/support/test_host.h"
 
@@ -41,6 +42,21 @@ TEST(AsStringNoCheck, OfAnEmptyArrayIsThePrefix) {
 TEST(AsStringNoCheck, UrlEncodesWhatFollowsThePrefix) {
   EXPECT_EQ("x= 1%2c2%2c3", Joined(Ints({1, 2, 3}), "x= ", true, kInt, FormatInt));
   EXPECT_EQ("x=", Joined(Ints(), "x=", true, kInt, FormatInt));
+}
+
+int FormatWithZeroByte(char* dst, int, const void*) {
+  memcpy(dst, "a\0b", 3);
+  return 3;
+}
+
+TEST(AsStringNoCheck, UrlEncodedTextEndsAtAZeroByte) {
+  EXPECT_EQ("x=a", Joined(Ints({1, 2}), "x=", true, kInt, FormatWithZeroByte));
+}
+
+TEST(AsStringNoCheck, UrlEncodedTextIsCutAtTheLimit) {
+  const std::string prefix(kAllocFormatLimit - 1, 'x');
+  EXPECT_EQ(prefix + "1", Joined(Ints({1, 2, 3}), prefix.c_str(), true, kInt, FormatInt));
+  EXPECT_EQ(prefix + "1,2,3", Joined(Ints({1, 2, 3}), prefix.c_str(), false, kInt, FormatInt));
 }
 
 TEST(AsStringNoCheck, FreesWhatItDoesNotReturn) {

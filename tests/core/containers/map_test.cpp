@@ -358,6 +358,39 @@ TEST(MapClear, LeavesAnEmptyMapThatCanBeFilledAgain) {
   EXPECT_EQ("7", Shape(map.head.left));
 }
 
+// A value that notes its number when it is freed.
+struct Freed {
+  inline static std::vector<int> order;
+  int number = 0;
+  void FreeMembers() { order.push_back(number); }
+};
+
+TEST(MapClear, FreesTheRootsValueFirstAndTheOthersBelowBeforeAbove) {
+  Map<int, Freed> map;
+  for (int key : {1, 2, 3, 4, 5, 6, 7}) {
+    map.insert({key, Freed{key}});
+  }
+  ASSERT_EQ("4(2(1,3),6(5,7))", Shape(map.head.left));
+  Freed::order.clear();
+  map.clear();
+  EXPECT_EQ((std::vector<int>{4, 1, 3, 2, 5, 7, 6}), Freed::order);
+}
+
+TEST(MapErase, LeavesAnEntryAsDeepAsItWas) {
+  Ints map;
+  for (int key = 1; key < 1024; ++key) {
+    Add(map, key);
+  }
+  for (int key = 1; key < 1024; ++key) {
+    const bool on_the_left_edge = (key & (key - 1)) == 0;
+    if (!on_the_left_edge) {
+      map.erase(key);
+    }
+  }
+  EXPECT_EQ(10u, map.size());
+  EXPECT_EQ(9u, map.head.left->height);
+}
+
 // --- iterators ---
 
 TEST(MapIterator, StartsAtItsNodeOrTheEnd) {

@@ -2,6 +2,7 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <utility>
@@ -62,6 +63,25 @@ TEST(FormatterLimit, PadIsExactAroundItsRuns) {
     EXPECT_EQ(count, out.do_pad('0', count));
     EXPECT_EQ(std::string(static_cast<size_t>(count), '0'), out.Bytes());
   }
+}
+
+// The longest run that a sink was given.
+size_t LongestRun(const Recorder& out) {
+  size_t longest = 0;
+  for (const Recorder::Run& run : out.runs) {
+    longest = std::max(longest, run.text.size());
+  }
+  return longest;
+}
+
+TEST(FormatterLimit, LongRunsReachTheSinkInPieces) {
+  Recorder padding(UINT64_MAX);
+  padding.do_pad('-', 10000);
+  EXPECT_EQ(256U, LongestRun(padding));
+  Recorder encoded(UINT64_MAX);
+  core::fmt_urlencoded(encoded, std::string(10000, '/').data(), 10000);
+  EXPECT_GE(256U, LongestRun(encoded));
+  EXPECT_EQ(30000U, encoded.written);
 }
 
 TEST(FormatterLimit, PadMustStayBelowHalfTheStack) {

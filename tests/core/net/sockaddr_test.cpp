@@ -115,6 +115,16 @@ TEST(SockAddrValue, ConstantsAreAnyAndLoopback) {
   EXPECT_EQ("00000000000000000000000000000001", Hex(&SockAddr::_in6addr_loopback, 16));
 }
 
+template <class Address>
+constexpr bool kTakesPlainZero = requires {
+  Address(0, 80);
+};
+
+TEST(SockAddrValue, PlainZeroIsNoAddress) {
+  EXPECT_FALSE(kTakesPlainZero<SockAddr>);
+  EXPECT_EQ(kV4 + "00000000 80", Show(SockAddr(0u, 80)));
+}
+
 TEST(SockAddrValue, IPv4IsStoredMappedInNetworkOrder) {
   EXPECT_EQ(kV4 + "7F000001 6881", Show(SockAddr(0x7F000001u, 6881)));
   EXPECT_EQ(kV4 + "FFFFFFFF 65535", Show(SockAddr(UINT32_MAX, 65535)));
