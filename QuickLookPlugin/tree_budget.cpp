@@ -170,7 +170,7 @@ class TreeAccount {
     spent_ += scalars_ == 0 ? 0 : scalars_ * kElement + kBlockOverhead;
   }
 
-  core::BencParser parser_;
+  core::FixedInput<core::BencParser> parser_;
   size_t len_ = 0;  // of the last token
   BitStack open_;
   size_t deepest_ = 0;

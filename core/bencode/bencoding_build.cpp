@@ -84,18 +84,12 @@ struct RegimeStore {
   }
 };
 
-// Where tokens come from: one of the two tokenizers called directly, or any other through its table.
+// Where tokens come from: one of the library's tokenizers called directly, or any other through its table.
 
-struct PlainSource {
-  BencParser& parser;
+template <class Parser>
+struct DirectSource {
+  Parser& parser;
   IBencParser::PARSE_T Next(const unsigned char** text, size_t* len) { return parser.Next(text, len); }
-};
-
-struct ElementSource {
-  BencParserElement& parser;
-  IBencParser::PARSE_T Next(const unsigned char** text, size_t* len) {
-    return parser.BencParserElement::ParseNext(text, len);
-  }
 };
 
 struct VirtualSource {
@@ -282,23 +276,23 @@ bool BencodedDict::ResumeDict(IBencParser* parser, BencEntity** child, AllocRegi
 }
 
 const unsigned char* BencEntity::Parse(const unsigned char* buf, BencEntity& out, const unsigned char* end) {
-  BencParser parser(buf, end);
+  FixedInput<BencParser> parser(buf, end);
   const CopyStore store;
-  return TreeBuilder(PlainSource{parser}, store).Build(out) ? parser.position() : nullptr;
+  return TreeBuilder(DirectSource{parser}, store).Build(out) ? parser.position() : nullptr;
 }
 
 const unsigned char* BencEntity::ParseInPlace(unsigned char* buf, BencEntity& out, const unsigned char* end) {
-  BencParser parser(buf, end);
+  FixedInput<BencParser> parser(buf, end);
   const BorrowStore store;
-  return TreeBuilder(PlainSource{parser}, store).Build(out) ? parser.position() : nullptr;
+  return TreeBuilder(DirectSource{parser}, store).Build(out) ? parser.position() : nullptr;
 }
 
 const unsigned char* BencEntity::Parse(const unsigned char* buf, BencEntity& out, const unsigned char* end,
                                        const char* element_name, ReturnElementRgn* rgn) {
   AssertAt(rgn != nullptr, kSource, __LINE__);
-  BencParserElement parser(buf, end, element_name);
+  FixedInput<BencParserElement> parser(buf, end, element_name);
   const CopyStore store;
-  if (!TreeBuilder(ElementSource{parser}, store).Build(out)) {
+  if (!TreeBuilder(DirectSource{parser}, store).Build(out)) {
     return nullptr;
   }
   parser.GetElement(&rgn->start, &rgn->end);

@@ -25,9 +25,6 @@ int32_t Shallower(int32_t depth) { return static_cast<int32_t>(static_cast<uint3
 
 const unsigned char* BencParser::ParseString(size_t* len) {
   AssertAt(position_ <= end_, kSource, __LINE__);
-  if (position_ == malformed_) {
-    return nullptr;
-  }
   uint64_t length = 0;  // counted modulo 2^64
   for (const unsigned char* p = position_; p != end_; ++p) {
     const unsigned digit = static_cast<unsigned>(*p - '0');
@@ -47,7 +44,6 @@ const unsigned char* BencParser::ParseString(size_t* len) {
     position_ = text + length;
     return text;
   }
-  malformed_ = position_;
   return nullptr;
 }
 
@@ -62,10 +58,9 @@ const unsigned char* BencParser::ParseNum(size_t* len) {
   return text;
 }
 
-IBencParser::PARSE_T BencParserElement::ParseNext(const unsigned char** text, size_t* len) {
-  const PARSE_T token = BencParser::ParseNext(text, len);
+void BencParserElement::Note(PARSE_T token, const unsigned char* const* text, const size_t* len) {
   if (element_start_ && element_end_) {
-    return token;
+    return;
   }
   switch (token) {
     case PARSE_STRING:
@@ -94,7 +89,6 @@ IBencParser::PARSE_T BencParserElement::ParseNext(const unsigned char** text, si
     default:
       break;
   }
-  return token;
 }
 
 // The comparison is bounded by the end of the input: a string too close to it cannot match.

@@ -39,39 +39,7 @@ class BencParser : public IBencParser {
   // ParseNext without the virtual call.
   // A byte that starts no token is stepped over. An integer without its `e` runs to the end of the
   // input and is reported as one; the call after it answers PARSE_EOF.
-  PARSE_T Next(const unsigned char** text, size_t* len) {
-    *len = 0;
-    if (position_ >= end_) [[unlikely]] {
-      return position_ == end_ ? PARSE_EOF : PARSE_ERROR;
-    }
-    const unsigned char byte = *position_;
-    if (static_cast<unsigned>(byte - '0') < 10u) {
-      *text = ParseString(len);
-      if (*text) {
-        return PARSE_STRING;
-      }
-      *len = 0;
-      return PARSE_ERROR;
-    }
-    ++position_;
-    switch (byte) {
-      case 'd':
-        *text = position_;
-        return PARSE_DICT;
-      case 'e':
-        *text = position_;
-        return PARSE_END;
-      case 'l':
-        *text = position_;
-        return PARSE_LIST;
-      case 'i':
-        *text = ParseNum(len);
-        return PARSE_INT;
-      default:
-        *text = nullptr;
-        return PARSE_ERROR;
-    }
-  }
+  PARSE_T Next(const unsigned char** text, size_t* len) { return NextOf(*this, text, len); }
 
   // Reads "<length>:<bytes>" and returns the first of the bytes with their number in `*len`.
   //
@@ -79,7 +47,7 @@ class BencParser : public IBencParser {
   // bytes run past the end; the position then lies beyond the end, at the address where they would
   // have stopped or at the largest address if there is none such. The length is counted modulo 2^64.
   // Requires: the position is not beyond the end.
-  // Cost: proportional to the digits; asking again after malformed digits answers at once.
+  // Cost: proportional to the digits, each time that it is asked (see FixedInput).
   const unsigned char* ParseString(size_t* len);
 
   // Reads up to the first `e` or the end, returns where it began and the bytes before the `e` in
@@ -90,12 +58,47 @@ class BencParser : public IBencParser {
   const unsigned char* position() const { return position_; }
 
  protected:
+  // Next for `self`, this object by its own type, whose ParseString reads the strings.
+  template <class Self>
+  static PARSE_T NextOf(Self& self, const unsigned char** text, size_t* len) {
+    *len = 0;
+    if (self.position_ >= self.end_) [[unlikely]] {
+      return self.position_ == self.end_ ? PARSE_EOF : PARSE_ERROR;
+    }
+    const unsigned char byte = *self.position_;
+    if (static_cast<unsigned>(byte - '0') < 10u) {
+      *text = self.ParseString(len);
+      if (*text) {
+        return PARSE_STRING;
+      }
+      *len = 0;
+      return PARSE_ERROR;
+    }
+    ++self.position_;
+    switch (byte) {
+      case 'd':
+        *text = self.position_;
+        return PARSE_DICT;
+      case 'e':
+        *text = self.position_;
+        return PARSE_END;
+      case 'l':
+        *text = self.position_;
+        return PARSE_LIST;
+      case 'i':
+        *text = self.ParseNum(len);
+        return PARSE_INT;
+      default:
+        *text = nullptr;
+        return PARSE_ERROR;
+    }
+  }
+
+  // A derived class may move both between two tokens, as when more input has come.
   const unsigned char* position_;
   const unsigned char* end_;
-
- private:
-  const unsigned char* malformed_ = nullptr;  // where a length was last found malformed
 };
+static_assert(sizeof(BencParser) == 24);
 
 // Also notes the byte range of the first dictionary or string that follows a string token beginning
 // with the given name.
@@ -109,13 +112,25 @@ class BencParserElement : public BencParser {
   BencParserElement(const unsigned char* begin, const unsigned char* end, const char* name)
       : BencParser(begin, end), name_(name) {}
 
-  PARSE_T ParseNext(const unsigned char** text, size_t* len) override;
+  PARSE_T ParseNext(const unsigned char** text, size_t* len) override { return Next(text, len); }
+
+  // ParseNext without the virtual call.
+  PARSE_T Next(const unsigned char** text, size_t* len) { return NextOf(*this, text, len); }
 
   // The element's first byte and one past its last, from `d` to `e` for a dictionary and the content
   // alone for a string; null where not found.
   void GetElement(unsigned char** start, unsigned char** end) const;
 
+ protected:
+  template <class Self>
+  static PARSE_T NextOf(Self& self, const unsigned char** text, size_t* len) {
+    const PARSE_T token = BencParser::NextOf(self, text, len);
+    self.Note(token, text, len);
+    return token;
+  }
+
  private:
+  void Note(PARSE_T token, const unsigned char* const* text, const size_t* len);
   bool LastStringMatches() const;
 
   int32_t depth_ = 0;
@@ -125,6 +140,33 @@ class BencParserElement : public BencParser {
   const unsigned char* last_string_ = nullptr;
   const char* name_;
 };
+static_assert(sizeof(BencParserElement) == 64);
+
+// A tokenizer, BencParser or BencParserElement, whose input neither changes nor grows.
+//
+// A malformed length leaves the position where it is, and each list that it closes has the list around
+// it ask again: N digits in N lists would be read N times. This tokenizer answers the same, but reads
+// them once: nothing behind the first one matters any more.
+template <class Tokenizer>
+class FixedInput : public Tokenizer {
+ public:
+  using PARSE_T = IBencParser::PARSE_T;
+  using Tokenizer::Tokenizer;
+
+  PARSE_T ParseNext(const unsigned char** text, size_t* len) override { return Next(text, len); }
+
+  // ParseNext without the virtual call.
+  PARSE_T Next(const unsigned char** text, size_t* len) { return Tokenizer::NextOf(*this, text, len); }
+
+  const unsigned char* ParseString(size_t* len) {
+    const unsigned char* text = Tokenizer::ParseString(len);
+    if (!text && this->position_ < this->end_) [[unlikely]] {
+      this->end_ = this->position_ + 1;  // a length that is cut there is as malformed, and shorter
+    }
+    return text;
+  }
+};
+static_assert(sizeof(FixedInput<BencParser>) == sizeof(BencParser));
 
 // Reads the number that [begin, end) starts with by strtoll's rules for base 10 in the C locale:
 // blanks, one sign, digits; what follows is ignored, no digits give 0, and a number out of range

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <stdint.h>
+#include <time.h>
 
 #include <string>
 #include <string_view>
@@ -126,6 +127,14 @@ TEST(TreeFitsBudget, FollowsDeepNesting) {
   const std::string close = Times(kDepth, "ee");
   EXPECT_TRUE(Fits(open + "i1e" + close, SIZE_MAX));
   EXPECT_FALSE(Fits(open + "i1e" + close.substr(1), SIZE_MAX));
+}
+
+TEST(TreeFitsBudget, ReadsALongMalformedLengthInManyListsOnce) {
+  constexpr size_t kLists = 200'000;
+  const std::string text = Times(kLists, "l") + std::string(kLists, '1');
+  const clock_t start = clock();
+  EXPECT_TRUE(Fits(text, SIZE_MAX));
+  EXPECT_LT(clock() - start, 4 * CLOCKS_PER_SEC);
 }
 
 TEST(TreeFitsBudget, RefusesDenseNesting) {

@@ -3,13 +3,13 @@
 
 #include "core/bencode/bencparser.h"
 
-class CountingParser : public core::BencParser {
+class CountingParser : public core::FixedInput<core::BencParser> {
  public:
-  using BencParser::BencParser;
+  using FixedInput::FixedInput;
 
   PARSE_T ParseNext(const unsigned char** text, size_t* len) override {
     ++tokens;
-    return BencParser::ParseNext(text, len);
+    return FixedInput::ParseNext(text, len);
   }
 
   size_t tokens = 0;

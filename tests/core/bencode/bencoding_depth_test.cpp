@@ -23,6 +23,7 @@ using core::BencEntity;
 using core::BencodedDict;
 using core::BencodedList;
 using core::BencParser;
+using core::FixedInput;
 
 using namespace std::string_literals;
 
@@ -41,7 +42,7 @@ const unsigned char* ParseForAnElement(ExactBytes& in, BencEntity& root) {
 }
 const unsigned char* ParseByTokens(ExactBytes& in, BencEntity& root) {
   core::AllocateMemRegime regime;
-  BencParser parser(in.begin(), in.end());
+  FixedInput<BencParser> parser(in.begin(), in.end());
   return BencEntity::DoParse(root, &parser, &regime) ? parser.position() : nullptr;
 }
 using Decode = const unsigned char* (*)(ExactBytes&, BencEntity&);

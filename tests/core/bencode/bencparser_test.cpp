@@ -21,6 +21,7 @@ namespace {
 
 using core::BencParser;
 using core::BencParserElement;
+using core::FixedInput;
 using core::IBencParser;
 
 using namespace std::string_literals;
@@ -232,6 +233,26 @@ TEST(BencParser, AnswersErrorAgainAtAMalformedLength) {
   }
 }
 
+// A tokenizer whose input arrives in pieces.
+class FedParser : public BencParser {
+ public:
+  explicit FedParser(const unsigned char* begin) : BencParser(begin, begin) {}
+  void Feed(size_t bytes) { end_ += bytes; }
+};
+
+TEST(BencParser, ReadsACutLengthAgainWhenADerivedOneIsFedTheRest) {
+  ExactBytes in("3:abc");
+  FedParser parser(in.begin());
+  const unsigned char* text = nullptr;
+  size_t len = 0;
+  parser.Feed(1);
+  EXPECT_EQ(IBencParser::PARSE_ERROR, parser.ParseNext(&text, &len));
+  parser.Feed(4);
+  EXPECT_EQ(IBencParser::PARSE_STRING, parser.ParseNext(&text, &len));
+  EXPECT_EQ(in.begin() + 2, text);
+  EXPECT_EQ(3u, len);
+}
+
 TEST(BencParser, ReadsATokenSequence) {
   ExactBytes in("d3:keyl0:i-7ee?e");
   const std::pair<IBencParser::PARSE_T, std::string_view> expected[] = {
@@ -377,9 +398,42 @@ TEST(BencParser, ReadsNothingPastTheEndOfAnyPrefix) {
   }
 }
 
-TEST(BencParser, AnswersAtOnceWhenAskedAgainForAMalformedLength) {
+// What a tokenizer answers, its text as an offset.
+struct Answer {
+  IBencParser::PARSE_T kind;
+  size_t text;
+  size_t len;
+  uintptr_t position;
+  bool operator==(const Answer&) const = default;
+};
+
+template <class Parser>
+Answer Ask(Parser& parser, const unsigned char* begin) {
+  IBencParser& tokens = parser;
+  const unsigned char* text = &kSentinel;
+  size_t len = 99;
+  const IBencParser::PARSE_T kind = tokens.ParseNext(&text, &len);
+  return {kind, TextOffset(text, begin), len, Address(parser.position())};
+}
+
+TEST(FixedInput, AnswersAsItsTokenizerDoesHoweverOftenItIsAsked) {
+  for (const TokenCase& c : kTokens) {
+    SCOPED_TRACE(c.name);
+    ExactBytes in(c.input);
+    BencParser plain(in.begin(), in.end());
+    FixedInput<BencParser> fixed(in.begin(), in.end());
+    FixedInput<BencParserElement> fixed_element(in.begin(), in.end(), "a");
+    for (int i = 0; i < 4; ++i) {
+      const Answer answer = Ask(plain, in.begin());
+      EXPECT_EQ(answer, Ask(fixed, in.begin()));
+      EXPECT_EQ(answer, Ask(fixed_element, in.begin()));
+    }
+  }
+}
+
+TEST(FixedInput, AnswersAtOnceWhenAskedAgainForAMalformedLength) {
   ExactBytes in(std::string(1'000'000, '1'));
-  BencParser parser(in.begin(), in.end());
+  FixedInput<BencParser> parser(in.begin(), in.end());
   const unsigned char* text = nullptr;
   size_t len = 0;
   const clock_t start = clock();
