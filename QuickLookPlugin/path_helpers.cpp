@@ -8,6 +8,11 @@
 
 namespace {
 
+// The bytes of one component, null when it is not a string. The tree's input is left as it is.
+const char* ComponentAt(const core::BencodedList& list, size_t i, size_t* len) {
+  return static_cast<const core::BencEntityMem*>(list.Get(i))->GetBytes(len);
+}
+
 // Adds up the bytes of all components with one more for each, a separator or the terminator. False
 // when one is not a string.
 bool MeasureComponents(const core::BencodedList& list, size_t* room) {
@@ -15,7 +20,7 @@ bool MeasureComponents(const core::BencodedList& list, size_t* room) {
   const size_t count = list.GetCount();
   for (size_t i = 0; i < count; ++i) {
     size_t len = 0;
-    if (!list.GetString(i, &len)) {
+    if (!ComponentAt(list, i, &len)) {
       return false;
     }
     *room += len + 1;
@@ -76,7 +81,7 @@ wchar_t* CombinePath(const core::BencodedList* list, int code_page) {
   const size_t count = list->GetCount();
   for (size_t i = 0; i < count; ++i) {
     size_t len = 0;
-    const char* bytes = list->GetString(i, &len);
+    const char* bytes = ComponentAt(*list, i, &len);
     end = AppendComponent(end, end == path, bytes, len, code_page);
   }
   *end = 0;

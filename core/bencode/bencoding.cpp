@@ -72,21 +72,24 @@ BencEntityMem::BencEntityMem() {
   kind_ = BENC_STR;
 }
 
-const char* BencEntityMem::GetString(size_t* len) const {
+const char* BencEntityMem::GetBytes(size_t* len) const {
   if (kind_ != BENC_STR) {
     return nullptr;
   }
-  BencArray<unsigned char>& bytes = *value_.bytes;
+  const BencArray<unsigned char>& bytes = *value_.bytes;
   if (len) {
     *len = bytes.size();
   }
-  if (bytes.count == 0) {
-    return "";
+  return bytes.count == 0 ? "" : reinterpret_cast<const char*>(bytes.data);
+}
+
+const char* BencEntityMem::GetString(size_t* len) const {
+  const char* text = GetBytes(len);
+  if (text && value_.bytes->borrowed && value_.bytes->count != 0) {
+    // On purpose: terminates the string inside the decoded buffer.
+    value_.bytes->data[value_.bytes->count] = 0;
   }
-  if (bytes.borrowed) {
-    bytes.data[bytes.count] = 0;  // On purpose: terminates the string inside the decoded buffer.
-  }
-  return reinterpret_cast<const char*>(bytes.data);
+  return text;
 }
 
 const wchar_t* BencEntityMem::GetStringT(int code_page, size_t* len) const {

@@ -244,6 +244,9 @@ class BencEntityMem : public BencEntity {
   // inside the caller's buffer, although the method is const.
   const char* GetString(size_t* len) const;
 
+  // GetString that writes nothing: no zero byte need follow the bytes.
+  const char* GetBytes(size_t* len) const;
+
   // The text as a wide string decoded by `code_page` (DecodeEncodedString) and, in `*len`, its
   // units; null when this is no string. Valid until the next temporary wide string on this thread.
   // Requires: fewer than 2^31 units result.

@@ -9,6 +9,7 @@
 #include "core/base/mem1.h"
 #include "tests/reader/decoded.h"
 #include "tests/reader/encoded.h"
+#include "tests/support/exact_bytes.h"
 #include "tests/support/scoped_locale.h"
 
 namespace {
@@ -108,6 +109,21 @@ TEST(CombinePath, JoinsComponents) {
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.name);
     EXPECT_EQ(c.path, Combined(c.list));
+  }
+}
+
+TEST(CombinePath, LeavesTheInputOfATreeDecodedInPlaceAsItIs) {
+  const std::string text = List({Str("a"), Str(""), Str("bc"), Str(".."), Str("\xE9")});
+  for (int code_page : {0, 1, 932}) {
+    SCOPED_TRACE(code_page);
+    ExactBytes in(text);
+    core::BencodedList list;
+    ASSERT_EQ(in.end(), core::BencEntity::ParseInPlace(in.data(), list, in.end()));
+    wchar_t* path = CombinePath(&list, code_page);
+    EXPECT_EQ(0u, std::wstring(path).find(L"a/bc"));
+    EXPECT_EQ(text, in.view());
+    core::MyFree(path);
+    list.FreeMembers();
   }
 }
 
