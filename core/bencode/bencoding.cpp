@@ -196,12 +196,12 @@ char* BencodedDict::GetStringCopy(const char* key) const {
     return nullptr;
   }
   const BencArray<unsigned char>& bytes = *value->value_.bytes;
-  if (!bytes.data) {
-    return nustrdup("");  // made empty and never filled: there are no bytes to look behind
+  const char* text = bytes.data ? reinterpret_cast<const char*>(bytes.data) : "";
+  if (!bytes.borrowed && bytes.size() == bytes.capacity) {  // raw bytes: there are none behind them to look at
+    return strduplen(text, strnlen(text, bytes.size()));
   }
-  // The owner of raw bytes may have none behind them.
-  AssertAt((bytes.borrowed || bytes.size() < bytes.capacity) && bytes.data[bytes.count] == 0, kSource, __LINE__);
-  return nustrdup(reinterpret_cast<const char*>(bytes.data));
+  AssertAt(text[bytes.count] == 0, kSource, 1010);
+  return nustrdup(text);
 }
 
 const wchar_t* BencodedDict::GetStringT(const char* key, int code_page, size_t* len) const {

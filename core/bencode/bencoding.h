@@ -356,7 +356,8 @@ class BencodedDict : public BencEntity {
   // The raw bytes when there are exactly `expected_len` of them; no terminator is written.
   const char* GetString(const char* key, size_t expected_len) const;
   // A new terminated copy, freed with MyFree; a zero byte inside the string cuts it short.
-  // Requires: the byte after the string is zero.
+  // Requires: the byte after the string is zero, as it is unless the tree was decoded in place and the
+  // string not read yet. The raw bytes of SetMem and SetMemOwn have no byte after them and need none.
   char* GetStringCopy(const char* key) const;
   const wchar_t* GetStringT(const char* key, int code_page, size_t* len) const;
   int GetInt(const char* key, int def) const;

@@ -183,12 +183,49 @@ TEST_F(BencodingEdit, RawBytesAreCopiedWithATerminatorBehindThem) {
   EXPECT_TRUE(IsTerminated(copy, "0123456789abcdef"));
 }
 
-TEST_F(BencodingEdit, NoTerminatorIsSoughtBehindRawBytes) {
+// The copy of the string "k" that `fill` has set.
+template <class Fill>
+std::string CopiedText(Fill fill) {
   Owned<BencodedDict> dict;
-  AsMem(*dict.InsertString("a", "", 0)).SetMem("0123456789abcdef", 16);
-  AsMem(*dict.InsertString("b", "", 0)).SetMemOwn(memcpy(MyMalloc(3), "abc", 3), 3);
-  EXPECT_MISUSE(dict.GetStringCopy("a"));
-  EXPECT_MISUSE(dict.GetStringCopy("b"));
+  fill(AsMem(*dict.InsertString("k", "", 0)));
+  char* copy = dict.GetStringCopy("k");
+  const std::string text = copy;
+  MyFree(copy);
+  return text;
+}
+
+TEST_F(BencodingEdit, NoTerminatorIsSoughtBehindRawBytes) {
+  const ExactBytes in("0123456789abcdef");
+  EXPECT_EQ("0123456789abcdef", CopiedText([&](BencEntityMem& v) { v.SetMem(in.begin(), in.size()); }));
+  EXPECT_EQ("abc", CopiedText([](BencEntityMem& v) { v.SetMemOwn(memcpy(MyMalloc(3), "abc", 3), 3); }));
+}
+
+TEST_F(BencodingEdit, ACopyOfRawBytesEndsAtTheirFirstZeroByte) {
+  EXPECT_EQ("ab", CopiedText([](BencEntityMem& v) { v.SetMem("ab\0c", 4); }));
+  EXPECT_EQ("abc", CopiedText([](BencEntityMem& v) { v.SetMem("abc", 4); }));
+}
+
+TEST_F(BencodingEdit, ACopyOfNoRawBytesIsEmpty) {
+  EXPECT_EQ("", CopiedText([](BencEntityMem& v) { v.SetMem("x", 0); }));
+  EXPECT_EQ("", CopiedText([](BencEntityMem& v) { v.SetMemOwn(nullptr, 0); }));
+  EXPECT_EQ("", CopiedText([](BencEntityMem& v) { v.SetMemOwn(MyMalloc(1), 0); }));
+}
+
+// A string with room behind it, whose byte after the text is `last`.
+void FillWithByteBehind(BencEntityMem& v, char last) {
+  auto* bytes = new core::BencArray<unsigned char>;
+  bytes->Assign(reinterpret_cast<const unsigned char*>("abc"), 3);
+  bytes->data[3] = static_cast<unsigned char>(last);
+  v.FreeMembers();
+  BencPeek::SetBytes(v, BENC_STR, bytes);
+}
+
+TEST_F(BencodingEdit, ACopyTakesBytesWithAZeroByteBehindThem) {
+  EXPECT_EQ("abc", CopiedText([](BencEntityMem& v) { FillWithByteBehind(v, 0); }));
+}
+
+TEST_F(BencodingEdit, ACopyOfBytesWithAnotherByteBehindThemIsFatal) {
+  EXPECT_MISUSE(CopiedText([](BencEntityMem& v) { FillWithByteBehind(v, 'x'); }));
 }
 
 TEST_F(BencodingEdit, StringSettersNeedAString) {
