@@ -23,6 +23,8 @@ class BencodedEmitter {
 
   // Bencoding. Dictionaries are written in ascending key order. Takes the kinds BENC_INT to BENC_VLIST;
   // a virtual list makes its elements one by one.
+  // A value decoded from strictly encoded bytes gives the same bytes, unless a key holds a zero byte or
+  // an integer needs more than 64 bits.
   // On purpose: a key is written up to its first zero byte.
   void Emit(const BencEntity* v);
 
@@ -50,7 +52,9 @@ class BencodedEmitter {
   void EmitAsJson(const BencEntity* v, int indent);
 
   // The `len` bytes at `p`, UTF-8, as a JSON string.
-  // On purpose: characters above U+FFFF are cut to the first four of their hexadecimal digits.
+  // On purpose: a character above U+FFFF becomes two escapes, for the two units that DecodeUtf8 makes
+  // of it: one from U+F800 to U+FFFF and a low surrogate without its partner. A unit of more than four
+  // hexadecimal digits, which a byte that is no UTF-8 gives, is cut to the first four.
   void EmitQuoted(const void* p, size_t len);
 
   // Two tabs for each level, six at the most.

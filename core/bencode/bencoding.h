@@ -37,7 +37,8 @@ enum BencType : int32_t {
 };
 
 // Where one named element stands in the encoded bytes: its first byte and one past its last. Both
-// null when it was not found.
+// null when it was not found. A list that a bad byte closed has no end to be counted: a dictionary with
+// one inside has an end too far behind, or null.
 struct ReturnElementRgn {
   unsigned char* start;
   unsigned char* end;
@@ -90,7 +91,8 @@ class BencEntity {
 
   // Replaces this value by a deep copy of the source: owned bytes are copied and terminated, borrowed
   // ones are borrowed by the copy too. The source may be this value, part of it, or hold it: it is
-  // copied as it was before.
+  // copied as it was before. What this value held is freed, whatever the kind of the source, BENC_NULL
+  // and BENC_BOOL included.
   // On purpose: a BENC_NONE source leaves this value as it is.
   // Requires: for a string or lazy integer, this is one of those or BENC_NONE; for a list, this is a
   // list, if only an empty one. The source holds neither virtual lists nor BENC_VOID.
@@ -119,7 +121,8 @@ class BencEntity {
   // are not looked at. A bad byte inside a list is skipped after a scalar and closes the list
   // otherwise; when that closes the outermost list the result is the tokenizer's position, which
   // lies beyond `end` after a string that overran the input. Duplicate keys fail; unsorted ones do
-  // not. Integers are read like strtoll reads them, and saturate.
+  // not. A key or a string of 2^31 bytes or more fails; the input and an integer's text may be longer.
+  // Integers are read like strtoll reads them, and saturate.
   // Requires: buf <= end; the bytes are not part of `out`. Cost: linear for sorted keys, never
   // recursive; memory is the only limit on depth.
   static const unsigned char* Parse(const unsigned char* buf, BencEntity& out, const unsigned char* end);
@@ -170,7 +173,7 @@ class BencEntity {
   static BencEntity* ParseRpcParams(char* request, bool multi);
 
   // Replaces this value by what one token says. False, with nothing changed, when the token is not a
-  // value or its text has 2^31 bytes or more.
+  // value, or when a string, or an integer to be kept as text, has 2^31 bytes or more.
   // Requires: this is BENC_NONE, BENC_NULL or of the token's kind.
   bool SetParsed(IBencParser::PARSE_T kind, const unsigned char* text, size_t len, AllocRegime* regime);
 
@@ -197,7 +200,7 @@ static_assert(sizeof(BencEntity) == 16);
 struct BencVList : Record {
   void (*callback)(void* user_data, size_t index, BencEntity* out);
   void* user_data;
-  size_t cached_index;  // all ones when none
+  size_t cached_index;  // all ones when none, which is no element's index
   BencEntity cached;
   size_t count;
 };
@@ -290,7 +293,8 @@ class BencodedList : public BencEntity {
   size_t GetCount() const;
 
   // The element at `i`, valid until the list changes. A virtual list makes it on demand and keeps
-  // one: the next different index invalidates it.
+  // one: the next different index invalidates it. SIZE_MAX stands for none kept, so a virtual list asks
+  // nobody for it: it gives a BENC_NONE value as long as nothing was read.
   // Requires: a list or a virtual list; `i` < GetCount(), which is not checked.
   BencEntity* Get(size_t i) const;
 
@@ -351,7 +355,8 @@ class BencodedDict : public BencEntity {
   // The value under `key` when it has the kind asked for, else null or `def`.
   BencodedDict* GetDict(const char* key) const;
   BencodedList* GetList(const char* key) const;
-  // See BencEntityMem::GetString; `*len` is untouched on a miss.
+  // See BencEntityMem::GetString; `*len` is untouched on a miss. A literal 0 or NULL fits this function
+  // and the next alike and does not compile: say nullptr here and size_t{0} there.
   const char* GetString(const char* key, size_t* len) const;
   // The raw bytes when there are exactly `expected_len` of them; no terminator is written.
   const char* GetString(const char* key, size_t expected_len) const;
@@ -401,19 +406,36 @@ class BencodedDict : public BencEntity {
   BencDictMap& Entries() const;
 };
 
+// The two ways of storing. Their functions stand here, so that a class with type information may derive
+// from them: the library itself is built without.
+
 // Keys and strings are copied into owned, terminated storage.
 class AllocateMemRegime : public virtual BencEntity::AllocRegime {
  public:
-  BencArray<char>* NewKey(char* text, int len) override;
-  BencArray<unsigned char>* NewMem(unsigned char* text, int len) override;
+  BencArray<char>* NewKey(char* text, int len) override { return NewCopy(text, len); }
+  BencArray<unsigned char>* NewMem(unsigned char* text, int len) override { return NewCopy(text, len); }
+
+ private:
+  template <class T>
+  static BencArray<T>* NewCopy(T* text, int len) {
+    BencArray<T>* array = new BencArray<T>;
+    array->Assign(text, static_cast<size_t>(len));
+    return array;
+  }
 };
 
 // Keys and strings point into the decoded buffer.
 class InplaceMemRegime : public virtual BencEntity::AllocRegime {
  public:
-  BencArray<char>* NewKey(char* text, int len) override;
-  BencArray<unsigned char>* NewMem(unsigned char* text, int len) override;
+  BencArray<char>* NewKey(char* text, int len) override { return NewBorrowed(text, len); }
+  BencArray<unsigned char>* NewMem(unsigned char* text, int len) override { return NewBorrowed(text, len); }
   bool LazyInt() override { return false; }
+
+ private:
+  template <class T>
+  static BencArray<T>* NewBorrowed(T* text, int len) {
+    return new BencArray<T>(BorrowedBytes<T>{text, static_cast<size_t>(len)});
+  }
 };
 
 }  // namespace core

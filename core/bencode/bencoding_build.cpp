@@ -305,28 +305,4 @@ void BencEntity::ParseNum(const unsigned char* text) {
   BencTree::SetInteger(*this, number);
 }
 
-BencArray<char>* AllocateMemRegime::NewKey(char* text, int len) {
-  BencArray<char>* key = new BencArray<char>;
-  key->Assign(text, static_cast<size_t>(len));
-  return key;
-}
-
-BencArray<unsigned char>* AllocateMemRegime::NewMem(unsigned char* text, int len) {
-  ByteArray* bytes = new ByteArray;
-  bytes->Assign(text, static_cast<size_t>(len));
-  return bytes;
-}
-
-BencArray<char>* InplaceMemRegime::NewKey(char* text, int len) {
-  BencArray<char>* key = new BencArray<char>;
-  key->Borrow(text, static_cast<size_t>(len));
-  return key;
-}
-
-BencArray<unsigned char>* InplaceMemRegime::NewMem(unsigned char* text, int len) {
-  ByteArray* bytes = new ByteArray;
-  bytes->Borrow(text, static_cast<size_t>(len));
-  return bytes;
-}
-
 }  // namespace core

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -404,6 +405,22 @@ TEST_F(BencodingParse, LeavesTheRangeAloneWhenItFails) {
   EXPECT_EQ(&mark + 1, range.end);
 }
 
+// Where the element "info" stands in `text`: its start, and its end or -1.
+std::pair<ptrdiff_t, ptrdiff_t> RangeOfInfo(std::string_view text) {
+  ExactBytes in(text);
+  BencEntity root;
+  ReturnElementRgn range;
+  EXPECT_NE(nullptr, BencEntity::Parse(in.begin(), root, in.end(), "info", &range));
+  root.FreeMembers();
+  return {range.start - in.begin(), range.end ? range.end - in.begin() : -1};
+}
+
+TEST_F(BencodingParse, CountsNoEndForAListInTheElementThatABadByteCloses) {
+  EXPECT_EQ(std::pair(ptrdiff_t{7}, ptrdiff_t{14}), RangeOfInfo("l4:infod1:aleee"));
+  EXPECT_EQ(std::pair(ptrdiff_t{7}, ptrdiff_t{15}), RangeOfInfo("l4:infod1:al?ee"));
+  EXPECT_EQ(std::pair(ptrdiff_t{7}, ptrdiff_t{-1}), RangeOfInfo("l4:infod1:al?e?"));
+}
+
 TEST_F(BencodingParse, WithAnElementNameCopiesKeysAndStrings) {
   ExactBytes in("d1:a3:xyze");
   BencEntity root;
@@ -495,6 +512,23 @@ TEST_F(BencodingDoParse, WantsAContainerFirst) {
     EXPECT_EQ(1u, one.next);
   }
   EXPECT_TRUE(regime.log.empty());
+}
+
+TEST_F(BencodingDoParse, StoresByARegimeThatAClassWithTypeInformationIsDerivedFrom) {
+  struct CountingRegime : core::AllocateMemRegime {
+    int strings = 0;
+    core::BencArray<unsigned char>* NewMem(unsigned char* text, int len) override {
+      ++strings;
+      return AllocateMemRegime::NewMem(text, len);
+    }
+  };
+  ExactBytes in("d1:a1:x1:b1:ye");
+  BencParser parser(in.begin(), in.end());
+  CountingRegime counting;
+  ASSERT_TRUE(BencEntity::DoParse(root, &parser, &counting));
+  EXPECT_EQ(2, counting.strings);
+  const BencEntity::AllocRegime& base = counting;
+  EXPECT_TRUE(typeid(CountingRegime) == typeid(base));
 }
 
 TEST_F(BencodingDoParse, FreesItsTargetFirst) {

@@ -92,6 +92,18 @@ void MakeAllKinds(BencodedList& list) {
 
 class BencodingCopy : public BencTest {};
 
+// The fixture finds what is not freed.
+TEST_F(BencodingCopy, NullsAndTruthValuesFreeWhatTheyReplace) {
+  for (int kind : {BENC_NULL, BENC_BOOL}) {
+    SCOPED_TRACE(kind);
+    BencTreeOf target("l3:abcd1:a1:xee");
+    BencEntity source;
+    BencPeek::SetPlain(source, kind, 1);
+    target.root.CopyFrom(source);
+    EXPECT_EQ(kind, target.root.GetType());
+  }
+}
+
 TEST_F(BencodingCopy, ACopyEqualsItsSourceAndIsIndependent) {
   Owned<BencodedList> copy;
   std::string listing;

@@ -268,6 +268,21 @@ void MakeIndex(void* calls, size_t index, BencEntity* out) {
   out->MoveFrom(list);
 }
 
+// 0 is a length and a null pointer: a caller has to say which.
+template <class Dict>
+concept TakesALiteralZero = requires(Dict dict) {
+  dict.GetString("k", 0);
+};
+static_assert(!TakesALiteralZero<BencodedDict>);
+
+TEST_F(BencodingEdit, AVirtualListAsksNobodyForTheLargestIndex) {
+  Owned<BencEntity> root;
+  int calls = 0;
+  BencodedList* list = root.SetVList(MakeIndex, SIZE_MAX, &calls);
+  EXPECT_EQ(BENC_NONE, list->Get(SIZE_MAX)->GetType());
+  EXPECT_EQ(0, calls);
+}
+
 TEST_F(BencodingEdit, SetVListMakesElementsOnDemand) {
   int calls = 0;
   BencTreeOf tree("l3:abce");

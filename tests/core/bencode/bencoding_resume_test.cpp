@@ -95,6 +95,16 @@ TEST_F(SetParsed, LeavesTheValueAloneWhenItStoresNothing) {
   EXPECT_STREQ("abc", static_cast<BencEntityMem&>(root).GetString(nullptr));
 }
 
+TEST_F(SetParsed, BoundsTheLengthOfKeptTextsAlone) {
+  constexpr size_t kTooLong = size_t{1} << 31;
+  ExactBytes in("7e");  // the number is read no further than its digits
+  EXPECT_FALSE(root.SetParsed(Token::PARSE_STRING, in.begin(), kTooLong, &regime));
+  EXPECT_TRUE(root.SetParsed(Token::PARSE_INT, in.begin(), kTooLong, &regime));
+  EXPECT_EQ(7, root.GetInt64(0));
+  regime.lazy = true;
+  EXPECT_FALSE(root.SetParsed(Token::PARSE_INT, in.begin(), kTooLong, &regime));
+}
+
 TEST_F(SetParsed, AValueOfAnotherKindIsFatal) {
   ExactBytes in("abc");
   ASSERT_TRUE(root.SetParsed(Token::PARSE_STRING, in.begin(), in.size(), &regime));

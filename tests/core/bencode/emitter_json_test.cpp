@@ -198,6 +198,17 @@ TEST_F(EmitterJson, QuotesFourByteCharactersAsTheDecoderReadsThem) {
   }
 }
 
+TEST_F(EmitterJson, ACharacterAboveTheFirst65536BecomesTwoEscapesThatAreNoPair) {
+  const std::string quoted = Quoted("\xf0\x9f\x98\x80");  // U+1F600
+  ASSERT_EQ(14u, quoted.size());
+  EXPECT_EQ("\"\\u", quoted.substr(0, 3));
+  EXPECT_EQ("\\u", quoted.substr(7, 2));
+  EXPECT_LE(0xF800, std::stoi(quoted.substr(3, 4), nullptr, 16));
+  const int second = std::stoi(quoted.substr(9, 4), nullptr, 16);
+  EXPECT_LE(0xDC00, second);
+  EXPECT_GE(0xDFFF, second);
+}
+
 TEST_F(EmitterJson, BytesThatAreNoTextGiveTheLastCharacter) {
   for (int c = 0x80; c <= 0xFF; ++c) {
     const std::string byte(1, static_cast<char>(c));

@@ -43,6 +43,13 @@ TEST_F(Emitter, WritesIntegersOfBothKindsWithAllTheirBits) {
   }
 }
 
+TEST_F(Emitter, AnIntegerOfMoreThan64BitsComesOutAsTheNearest) {
+  for (const char* text : {"li9223372036854775807ee", "li-9223372036854775808ee"}) {
+    EXPECT_EQ(text, Bencoded(BencTreeOf(text).root));
+  }
+  EXPECT_EQ("li9223372036854775807ee", Bencoded(BencTreeOf("li9223372036854775808ee").root));
+}
+
 TEST_F(Emitter, WritesTheSetIntegers) {
   BencEntity v;
   v.SetInt(INT_MIN);
