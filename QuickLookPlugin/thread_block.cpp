@@ -28,7 +28,7 @@ ThreadBlock* GetTLS() {
   auto* block = static_cast<ThreadBlock*>(pthread_getspecific(key));
   if (block == nullptr) [[unlikely]] {
     block = static_cast<ThreadBlock*>(MyCalloc(1, sizeof(ThreadBlock)));
-    AssertAt(pthread_setspecific(key, block) == 0, "QuickLookPlugin/TorrentInfo", __LINE__);
+    AssertAt(pthread_setspecific(key, block) == 0, "QuickLookPlugin/TorrentInfo", 1001);
   }
   return block;
 }

@@ -2,8 +2,9 @@
 //
 // A broken precondition stops the process: one line with the source name and line number goes to
 // standard error, then signal 2 is raised, then the process aborts. The numbers are part of the
-// message and are passed explicitly, so that they survive moved and split files. Bad input is never
-// an assertion. Safe to call from any thread.
+// message and are passed explicitly, so that they survive moved and split files. Each is given to one
+// check of its source name; a line that shares one says why. A new check takes the next number above
+// 1000 that its source name has not used. Bad input is never an assertion. Safe to call from any thread.
 #pragma once
 
 namespace core {

@@ -30,7 +30,7 @@ struct BencodingVisitor {
         EmitString(BencTree::Bytes(v)->begin(), BencTree::Bytes(v)->size());
         break;
       default:
-        FatalAssert(kSource, __LINE__);
+        FatalAssert(kSource, 1044);
     }
   }
   size_t Open(const BencEntity& v, const BencPlace& place) {
@@ -76,7 +76,7 @@ unsigned char* BencodedEmitter::Take(size_t* len) {
 
 void BencodedEmitter::Emit(const void* p, size_t len) {
   if (len != 0) {
-    AssertAt(p != nullptr, kSource, __LINE__);
+    AssertAt(p != nullptr, kSource, 1045);
     output_.Append(static_cast<const unsigned char*>(p), static_cast<ptrdiff_t>(len));
   }
 }

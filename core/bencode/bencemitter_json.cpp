@@ -34,11 +34,11 @@ class JsonVisitor {
         out_.EmitQuoted(BencTree::Bytes(v)->data, BencTree::Bytes(v)->size());
         break;
       default:
-        FatalAssert(kSource, __LINE__);
+        FatalAssert(kSource, 1046);
     }
   }
   size_t Open(const BencEntity& v, const BencPlace& place) {
-    AssertAt(v.GetType() != BENC_VLIST, kSource, __LINE__);
+    AssertAt(v.GetType() != BENC_VLIST, kSource, 1047);
     Introduce(place);
     v.GetType() == BENC_DICT ? out_.Put("{ ") : out_.Put("[ ");
     return 0;

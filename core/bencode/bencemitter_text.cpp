@@ -25,7 +25,7 @@ void EmitInteger(BencodedEmitter& out, const BencEntity& v) {
 }
 
 // A container that has no text in these forms stops the process.
-void RefuseVirtualList(const BencEntity& v) { AssertAt(v.GetType() != BENC_VLIST, kSource, __LINE__); }
+void RefuseVirtualList(const BencEntity& v) { AssertAt(v.GetType() != BENC_VLIST, kSource, 1048); }
 
 bool IsQuotedInListing(char c) { return c == '\n' || c == '\r' || c == '\\'; }
 
@@ -72,7 +72,7 @@ class AsciiVisitor {
         EmitQuoted(*BencTree::Bytes(v));
         break;
       default:
-        FatalAssert(kSource, __LINE__);
+        FatalAssert(kSource, 1049);
     }
   }
 
@@ -104,7 +104,7 @@ class XmlVisitor {
         EmitUrlEncoded(*BencTree::Bytes(v));
         break;
       default:
-        FatalAssert(kSource, __LINE__);
+        FatalAssert(kSource, 1050);
     }
     EmitTag("</", place, ">\r\n");
   }

@@ -32,8 +32,8 @@ const wchar_t* WideStringOf(BencEntity* value, int code_page, size_t* len) {
 }  // namespace
 
 void BencEntity::MoveFrom(BencEntity& src) {
-  AssertAt(this != &src, kSource, __LINE__);
-  AssertAt(kind_ == src.kind_ || kind_ == BENC_NONE || kind_ == BENC_NULL, kSource, __LINE__);
+  AssertAt(this != &src, kSource, 1001);
+  AssertAt(kind_ == src.kind_ || kind_ == BENC_NONE || kind_ == BENC_NULL, kSource, 1002);
   const Value value = src.value_;
   const BencType kind = src.kind_;
   src.ZeroOut();
@@ -56,7 +56,7 @@ bool BencEntityIsValid(unsigned char* buf, size_t len, void* entity) {
 }
 
 long long BencEntityLazyInt::GetInt64(long long) {
-  AssertAt(kind_ == BENC_INT_LAZY, kSource, __LINE__);
+  AssertAt(kind_ == BENC_INT_LAZY, kSource, 1003);
   const BencArray<unsigned char>* text = value_.bytes;
   const int64_t number = ParseInteger(text->begin(), text->end());
   FreeMembers();
@@ -100,7 +100,7 @@ const wchar_t* BencEntityMem::GetStringT(int code_page, size_t* len) const {
   size_t units = 0;
   wchar_t* text =
       str_temp(DecodeEncodedString(code_page, reinterpret_cast<const char*>(bytes.data), bytes.size(), &units));
-  AssertAt(units <= INT_MAX, kSource, __LINE__);
+  AssertAt(units <= INT_MAX, kSource, 1004);
   if (len) {
     *len = units;
   }
@@ -116,7 +116,7 @@ size_t BencodedList::GetCount() const {
   if (kind_ == BENC_VLIST) {
     return value_.vlist->count;
   }
-  AssertAt(kind_ == BENC_LIST, kSource, __LINE__);
+  AssertAt(kind_ == BENC_LIST, kSource, 1005);
   return value_.list->size();
 }
 
@@ -124,7 +124,7 @@ BencEntity* BencodedList::Get(size_t i) const {
   if (kind_ == BENC_LIST) {
     return value_.list->begin() + i;
   }
-  AssertAt(kind_ == BENC_VLIST, kSource, __LINE__);
+  AssertAt(kind_ == BENC_VLIST, kSource, 1006);
   BencVList& list = *value_.vlist;
   if (i != list.cached_index) {
     list.cached_index = i;
@@ -145,12 +145,12 @@ const wchar_t* BencodedList::GetStringT(size_t i, int code_page, size_t* len) co
 }
 
 int BencodedList::GetInt(size_t i, int def) const {
-  AssertAt(kind_ == BENC_LIST && value_.list, kSource, __LINE__);
+  AssertAt(kind_ == BENC_LIST && value_.list, kSource, 1007);
   return Get(i)->GetInt(def);
 }
 
 long long BencodedList::GetInt64(size_t i, long long def) const {
-  AssertAt(kind_ == BENC_LIST && value_.list, kSource, __LINE__);
+  AssertAt(kind_ == BENC_LIST && value_.list, kSource, 1008);
   return Get(i)->GetInt64(def);
 }
 
@@ -172,7 +172,7 @@ BencEntity* BencodedDict::Get(const char* key) const {
 }
 
 BencDictMap& BencodedDict::Entries() const {
-  AssertAt(kind_ == BENC_DICT && value_.dict, kSource, __LINE__);
+  AssertAt(kind_ == BENC_DICT && value_.dict, kSource, 1009);
   return *value_.dict;
 }
 

@@ -262,14 +262,14 @@ bool BencEntity::SetParsed(IBencParser::PARSE_T kind, const unsigned char* text,
 }
 
 bool BencodedList::ResumeList(IBencParser* parser, BencEntity** child, AllocRegime* regime) {
-  AssertAt(kind_ == BENC_LIST && value_.list, kSource, __LINE__);
+  AssertAt(kind_ == BENC_LIST && value_.list, kSource, 1011);
   *child = nullptr;
   const RegimeStore store{regime};
   return TreeBuilder(VirtualSource{parser}, store).ResumeList(*this, child);
 }
 
 bool BencodedDict::ResumeDict(IBencParser* parser, BencEntity** child, AllocRegime* regime) {
-  AssertAt(kind_ == BENC_DICT && value_.dict, kSource, __LINE__);
+  AssertAt(kind_ == BENC_DICT && value_.dict, kSource, 1012);
   *child = nullptr;
   const RegimeStore store{regime};
   return TreeBuilder(VirtualSource{parser}, store).ResumeDict(*this, child);
@@ -289,7 +289,7 @@ const unsigned char* BencEntity::ParseInPlace(unsigned char* buf, BencEntity& ou
 
 const unsigned char* BencEntity::Parse(const unsigned char* buf, BencEntity& out, const unsigned char* end,
                                        const char* element_name, ReturnElementRgn* rgn) {
-  AssertAt(rgn != nullptr, kSource, __LINE__);
+  AssertAt(rgn != nullptr, kSource, 1013);
   FixedInput<BencParserElement> parser(buf, end, element_name);
   const CopyStore store;
   if (!TreeBuilder(DirectSource{parser}, store).Build(out)) {

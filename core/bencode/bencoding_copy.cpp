@@ -74,7 +74,7 @@ bool TreeCopier::Start(const BencEntity& from, BencEntity& to) {
       return false;
     case BENC_STR:
     case BENC_INT_LAZY:
-      AssertAt(BencTree::Bytes(from) != nullptr, kSource, __LINE__);
+      AssertAt(BencTree::Bytes(from) != nullptr, kSource, 1014);
       BencTree::SetBytes(to, from.GetType(), NewBytes(arena_, *BencTree::Bytes(from)));
       return false;
     case BENC_LIST:
@@ -82,13 +82,13 @@ bool TreeCopier::Start(const BencEntity& from, BencEntity& to) {
     case BENC_DICT:
       return StartDict(from, to);
     default:
-      FatalAssert(kSource, __LINE__);
+      FatalAssert(kSource, 1015);
   }
 }
 
 bool TreeCopier::StartList(const BencEntity& from, BencEntity& to) {
   const BencListRecord* list = BencTree::List(from);
-  AssertAt(list != nullptr, kSource, __LINE__);
+  AssertAt(list != nullptr, kSource, 1016);
   BencTree::SetList(to, NewList(arena_, list->size()));  // NOLINT(clang-analyzer-core.CallAndMessage)
   if (list->count == 0) {
     return false;
@@ -99,7 +99,7 @@ bool TreeCopier::StartList(const BencEntity& from, BencEntity& to) {
 
 bool TreeCopier::StartDict(const BencEntity& from, BencEntity& to) {
   const BencDictMap* dict = BencTree::Dict(from);
-  AssertAt(dict != nullptr, kSource, __LINE__);
+  AssertAt(dict != nullptr, kSource, 1017);
   BencTree::SetDict(to, arena_.Make<BencDictMap>());
   if (dict->empty()) {  // NOLINT(clang-analyzer-core.CallAndMessage)
     return false;
@@ -129,7 +129,7 @@ void TreeCopier::ResumeDict(OpenCopy top) {
     top.next = top.next->Next();
     open_.back().next = top.next;
     BencDictMap::Place place;
-    AssertAt(!to.Find(entry.pair.first, largest, &place), kSource, __LINE__);
+    AssertAt(!to.Find(entry.pair.first, largest, &place), kSource, 1018);
     largest = NewEntry(arena_, entry.pair.first);
     to.Attach(largest, place);
     if (Start(entry.pair.second, largest->pair.second)) {
@@ -169,24 +169,24 @@ void BencEntity::CopyFrom(const BencEntity& src) {
       static_cast<BencodedDict*>(this)->CopyFrom(src);
       return;
     default:
-      FatalAssert(kSource, __LINE__);
+      FatalAssert(kSource, 1019);
   }
 }
 
 void BencEntityMem::CopyFrom(const BencEntity& src) {
-  AssertAt(kind_ == BENC_NONE || kind_ == BENC_STR || kind_ == BENC_INT_LAZY, kSource, __LINE__);
+  AssertAt(kind_ == BENC_NONE || kind_ == BENC_STR || kind_ == BENC_INT_LAZY, kSource, 1020);
   const BencType kind = src.GetType();
-  AssertAt(kind == BENC_STR || kind == BENC_INT_LAZY, kSource, __LINE__);
+  AssertAt(kind == BENC_STR || kind == BENC_INT_LAZY, kSource, 1021);
   const ByteArray* bytes = BencTree::Bytes(src);
-  AssertAt(bytes != nullptr, kSource, __LINE__);
+  AssertAt(bytes != nullptr, kSource, 1022);
   ByteArray* copy = new ByteArray(*bytes);
   FreeMembers();
   BencTree::SetBytes(*this, kind, copy);
 }
 
 void BencodedList::CopyFrom(const BencEntity& src) {
-  AssertAt(kind_ == BENC_LIST, kSource, __LINE__);
-  AssertAt(src.GetType() == BENC_LIST, kSource, __LINE__);
+  AssertAt(kind_ == BENC_LIST, kSource, 1023);
+  AssertAt(src.GetType() == BENC_LIST, kSource, 1024);
   BencEntity copy;
   TreeCopier().Copy(src, copy);
   FreeMembers();
@@ -194,7 +194,7 @@ void BencodedList::CopyFrom(const BencEntity& src) {
 }
 
 void BencodedDict::CopyFrom(const BencEntity& src) {
-  AssertAt(src.GetType() == BENC_DICT, kSource, __LINE__);
+  AssertAt(src.GetType() == BENC_DICT, kSource, 1025);
   BencEntity copy;
   TreeCopier().Copy(src, copy);
   FreeMembers();

@@ -54,8 +54,8 @@ BencodedList* BencEntity::SetVList(void (*callback)(void* user_data, size_t inde
 }
 
 BencArray<unsigned char>& BencEntityMem::Bytes() const {
-  AssertAt(kind_ == BENC_STR, kSource, __LINE__);
-  AssertAt(value_.bytes != nullptr, kSource, __LINE__);
+  AssertAt(kind_ == BENC_STR, kSource, 1026);
+  AssertAt(value_.bytes != nullptr, kSource, 1027);
   return *value_.bytes;
 }
 
@@ -66,7 +66,7 @@ void BencEntityMem::SetStr(const char* s, int len) {
     return;
   }
   const size_t n = len == -1 ? strlen(s) : static_cast<size_t>(len);
-  AssertAt(n <= static_cast<size_t>(INT_MAX), kSource, __LINE__);
+  AssertAt(n <= static_cast<size_t>(INT_MAX), kSource, 1028);
   BencArray<unsigned char> fresh;
   if (n != 0) {
     fresh.Assign(reinterpret_cast<const unsigned char*>(s), n);
@@ -83,8 +83,8 @@ void BencEntityMem::SetStrT(const wchar_t* ws) {
   }
   size_t len = 0;
   char* text = EncodeUtf8(ws, &len);
-  AssertAt(text != nullptr, kSource, __LINE__);
-  AssertAt(len <= static_cast<size_t>(INT_MAX), kSource, __LINE__);
+  AssertAt(text != nullptr, kSource, 1029);
+  AssertAt(len <= static_cast<size_t>(INT_MAX), kSource, 1030);
   bytes.Clear();
   bytes.Adopt(text, len + 1, len);
 }
@@ -92,7 +92,7 @@ void BencEntityMem::SetStrT(const wchar_t* ws) {
 // The block has no byte behind the last one, so that no reader can take one for a terminator.
 void BencEntityMem::SetMem(const void* p, size_t len) {
   BencArray<unsigned char>& bytes = Bytes();
-  AssertAt(p != nullptr, kSource, __LINE__);
+  AssertAt(p != nullptr, kSource, 1031);
   void* block = MyMalloc(len);
   if (len != 0) {
     memcpy(block, p, len);
@@ -103,11 +103,11 @@ void BencEntityMem::SetMem(const void* p, size_t len) {
 
 void BencEntityMem::SetMemOwn(void* p, size_t len) {
   BencArray<unsigned char>& bytes = Bytes();
-  AssertAt(p != nullptr || len == 0, kSource, __LINE__);
-  AssertAt(len <= static_cast<size_t>(PTRDIFF_MAX), kSource, __LINE__);
+  AssertAt(p != nullptr || len == 0, kSource, 1032);
+  AssertAt(len <= static_cast<size_t>(PTRDIFF_MAX), kSource, 1033);
   if (p && p == bytes.data) {
-    AssertAt(!bytes.embedded, kSource, __LINE__);  // no block of the allocator
-    bytes.StealArray(nullptr);                     // its own block comes back
+    AssertAt(!bytes.embedded, kSource, 1034);  // no block of the allocator
+    bytes.StealArray(nullptr);                 // its own block comes back
   }
   bytes.Clear();
   bytes.Adopt(p, len, len);
@@ -123,14 +123,14 @@ void BencListRecord::Detach(size_t room) {
 }
 
 BencListRecord& BencodedList::Elements() const {
-  AssertAt(kind_ == BENC_LIST, kSource, __LINE__);
-  AssertAt(value_.list != nullptr, kSource, __LINE__);
+  AssertAt(kind_ == BENC_LIST, kSource, 1035);
+  AssertAt(value_.list != nullptr, kSource, 1036);
   return *value_.list;
 }
 
 BencEntity* BencodedList::Append(BencEntity& v) {
   BencListRecord& list = Elements();
-  AssertAt(&v != this, kSource, __LINE__);
+  AssertAt(&v != this, kSource, 1037);
   BencEntity taken(v);  // it moves, before the array does
   if (list.embedded && list.size() == list.capacity) {
     list.Detach(list.capacity * 2);
@@ -168,7 +168,7 @@ BencodedList* BencodedList::AppendList() {
 
 void BencodedList::Delete(size_t i) {
   BencListRecord& list = Elements();
-  AssertAt(i < list.size(), "core/templates", 198);  // what RemoveElements would say too late
+  AssertAt(i < list.size(), "core/templates", 198);  // shared number: what RemoveElements would say too late
   const ptrdiff_t index = static_cast<ptrdiff_t>(i);
   list[index].FreeMembers();
   list.RemoveElements(index, 1);
@@ -176,8 +176,8 @@ void BencodedList::Delete(size_t i) {
 
 BencEntity* BencodedDict::Insert(const char* key, BencEntity& v) {
   BencDictMap& entries = Entries();
-  AssertAt(key != nullptr, kSource, __LINE__);
-  AssertAt(&v != this, kSource, __LINE__);
+  AssertAt(key != nullptr, kSource, 1038);
+  AssertAt(&v != this, kSource, 1039);
   const BorrowedBytes<char> text = {key, strlen(key)};
   BencDictMap::Place place;
   BencDictMap::Entry* entry = entries.Find(BencArray<char>(text), nullptr, &place);
@@ -234,7 +234,7 @@ BencodedList* BencodedDict::InsertList(const char* key) {
 
 void BencodedDict::Delete(const char* key) {
   BencDictMap& entries = Entries();
-  AssertAt(key != nullptr, kSource, __LINE__);
+  AssertAt(key != nullptr, kSource, 1040);
   entries.erase(BencArray<char>(BorrowedBytes<char>{key, strlen(key)}));
 }
 

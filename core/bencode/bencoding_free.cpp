@@ -109,7 +109,7 @@ void FreeOne(BencEntity& v, RecordReleaser& releaser) {
       v.ZeroOut();
       break;
     default:
-      FatalAssert(kSource, __LINE__);
+      FatalAssert(kSource, 1041);
   }
   BencTree::SetNone(v);
 }

@@ -13,7 +13,7 @@ constexpr char kSource[] = "core/bencoding";
 }  // namespace
 
 BencEntity* BencodedDict::AppendMultiple(char* key, bool multi) {
-  AssertAt(key != nullptr, kSource, __LINE__);
+  AssertAt(key != nullptr, kSource, 1042);
   BencEntity* present = multi ? Get(key) : nullptr;
   if (!present) {
     return InsertString(key, nullptr, 0);

@@ -63,7 +63,7 @@ char* BencEntity::SerializeByMimeType(const char* mimeType, const char* xmlTag, 
 }
 
 unsigned char* BencodedDict::Serialize(size_t* len) const {
-  AssertAt(GetType() == BENC_DICT, kSource, __LINE__);
+  AssertAt(GetType() == BENC_DICT, kSource, 1043);
   return BencEntity::Serialize(len);
 }
 

@@ -24,7 +24,7 @@ int32_t Shallower(int32_t depth) { return static_cast<int32_t>(static_cast<uint3
 }  // namespace
 
 const unsigned char* BencParser::ParseString(size_t* len) {
-  AssertAt(position_ <= end_, kSource, __LINE__);
+  AssertAt(position_ <= end_, kSource, 1001);
   uint64_t length = 0;  // counted modulo 2^64
   for (const unsigned char* p = position_; p != end_; ++p) {
     const unsigned digit = static_cast<unsigned>(*p - '0');

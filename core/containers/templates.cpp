@@ -72,14 +72,15 @@ void LListRaw::Guarantee(size_t n, size_t elemsize) {
 }
 
 void LListRaw::GrowForOne(size_t elemsize) {
-  AssertAt(count >= 0, kSource, __LINE__);
+  AssertAt(count >= 0, kSource, 1001);
   const size_t needed = static_cast<size_t>(count) + 1;
   Resize(Larger(Larger(Doubled(capacity), kMinSlots), needed), elemsize);
 }
 
-void* LListRaw::AddSlots(ptrdiff_t n, size_t elemsize, int line) {
-  // Checked before anything is touched: the sum must neither shrink the array nor wrap.
-  AssertAt(n >= 0 && count >= 0 && n <= PTRDIFF_MAX - count, kSource, line);
+// Asked before anything is touched: the sum must neither shrink the array nor wrap.
+bool LListRaw::CanAdd(ptrdiff_t n) const { return n >= 0 && count >= 0 && n <= PTRDIFF_MAX - count; }
+
+void* LListRaw::AddSlots(ptrdiff_t n, size_t elemsize) {
   const size_t needed = static_cast<size_t>(count + n);
   if (needed > capacity) {
     Resize(Larger(Doubled(capacity), needed), elemsize);
@@ -90,15 +91,19 @@ void* LListRaw::AddSlots(ptrdiff_t n, size_t elemsize, int line) {
 }
 
 void* LListRaw::Append(const void* source, ptrdiff_t n, size_t elemsize) {
+  AssertAt(CanAdd(n), kSource, 88);
   // A source inside the own block moves with it.
   const size_t offset = reinterpret_cast<uintptr_t>(source) - reinterpret_cast<uintptr_t>(data);
   const bool own = data != nullptr && offset < BytesOf(capacity, elemsize);
-  void* first = AddSlots(n, elemsize, 88);
+  void* first = AddSlots(n, elemsize);
   MoveBytes(first, own ? data + offset : source, static_cast<size_t>(n) * elemsize);
   return first;
 }
 
-void* LListRaw::Expand(ptrdiff_t n, size_t elemsize) { return AddSlots(n, elemsize, 101); }
+void* LListRaw::Expand(ptrdiff_t n, size_t elemsize) {
+  AssertAt(CanAdd(n), kSource, 101);
+  return AddSlots(n, elemsize);
+}
 
 void* LListRaw::Insert(ptrdiff_t index, size_t elemsize) {
   AssertAt(index >= 0, kSource, 106);
@@ -114,9 +119,9 @@ void* LListRaw::Insert(ptrdiff_t index, size_t elemsize) {
 }
 
 bool LListRaw::MoveUpLast(ptrdiff_t index, size_t elemsize) {
-  AssertAt(index < count, kSource, 117);
-  AssertAt(count > 0, kSource, 119);  // a negative index comes this far
-  AssertAt(index >= 0, kSource, 117);
+  AssertAt(index < count, kSource, 117);  // shared number: an index is out of range at either end
+  AssertAt(count > 0, kSource, 119);      // a negative index comes this far
+  AssertAt(index >= 0, kSource, 117);     // shared number: the other end
   --count;
   if (index == count) {
     return false;
@@ -128,7 +133,7 @@ bool LListRaw::MoveUpLast(ptrdiff_t index, size_t elemsize) {
 void LListRaw::RemoveElements(ptrdiff_t index, ptrdiff_t n, size_t elemsize) {
   AssertAt(index >= 0, kSource, 196);
   AssertAt(n >= 0, kSource, 197);
-  AssertAt(index <= count && n <= count - index, kSource, 198);
+  AssertAt(index <= count && n <= count - index, kSource, 198);  // shared number: a list's Delete says it earlier
   if (n == 0) {
     return;
   }
@@ -234,7 +239,7 @@ void LListRaw::LDRepartition(size_t elemsize, ptrdiff_t& start, bool toward_fron
   AssertAt(narrow >= 0, kSource, 234);
   AssertAt(static_cast<size_t>(narrow) < capacity, kSource, 235);
   // They do not cover the run's other end, nor a start that was wrong from the beginning.
-  AssertAt(RunFits(start) && RunFits(to), kSource, __LINE__);
+  AssertAt(RunFits(start) && RunFits(to), kSource, 1002);
   MoveBytes(SlotAt(to, elemsize), SlotAt(start, elemsize), live * elemsize);
   start = to;
 }
@@ -244,7 +249,7 @@ void LListRaw::LDCompact(size_t elemsize, ptrdiff_t& start) {
     Resize(0, elemsize);
     return;
   }
-  AssertAt(RunFits(start), kSource, __LINE__);
+  AssertAt(RunFits(start), kSource, 1003);
   if (start != 0) {
     MoveBytes(data, SlotAt(start, elemsize), static_cast<size_t>(count) * elemsize);
     start = 0;

@@ -144,7 +144,8 @@ struct LListRaw {
  private:
   unsigned char* SlotAt(ptrdiff_t index, size_t elemsize) const { return data + static_cast<size_t>(index) * elemsize; }
   void GrowForOne(size_t elemsize);
-  void* AddSlots(ptrdiff_t n, size_t elemsize, int line);
+  bool CanAdd(ptrdiff_t n) const;
+  void* AddSlots(ptrdiff_t n, size_t elemsize);
   bool RunFits(ptrdiff_t start) const;
   void ReserveForPush(size_t elemsize, ptrdiff_t& start);
 };

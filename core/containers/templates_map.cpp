@@ -297,7 +297,7 @@ NodeBase* NodeBase::NeighbourAbove(Side side) {
 
 void NodeBase::Delete(const void* key) {
   if (NodeBase* match = Lookup(key)) {
-    AssertAt(match->parent != nullptr, kSource, __LINE__);
+    AssertAt(match->parent != nullptr, kSource, 1004);
     match->parent->RemoveChild(match, true);
   }
 }

@@ -64,11 +64,11 @@ struct NodeBase {
   // Only a map's head is a bare NodeBase. It has no key and is never asked for one.
 
   // True when key `a` orders before key `b`.
-  virtual bool isLessThan(const void*, const void*) const { FatalAssert("core/templates", __LINE__); }
+  virtual bool isLessThan(const void*, const void*) const { FatalAssert("core/templates", 1005); }
   // The node's pair; its first member is the key.
-  virtual const void* getData() const { FatalAssert("core/templates", __LINE__); }
+  virtual const void* getData() const { FatalAssert("core/templates", 1006); }
   // A new node of the same type, built from a pair of the type that getData() points to.
-  virtual NodeBase* newNode(const void*) const { FatalAssert("core/templates", __LINE__); }
+  virtual NodeBase* newNode(const void*) const { FatalAssert("core/templates", 1007); }
 
   // Links `child` or, null, leaves the slot empty. Requires: the slot is empty, `child` has no parent.
   void AssignLeft(NodeBase* child);

@@ -14,7 +14,7 @@ constexpr char kHexDigits[] = "0123456789abcdef";
 }  // namespace
 
 basic_string<char> to_hex(const void* bytes, ptrdiff_t len) {
-  AssertAt(len >= 0, kSource, __LINE__);
+  AssertAt(len >= 0, kSource, 1008);
   const size_t digits = 2 * static_cast<size_t>(len);
   char* text = AllocString<char>(digits);
   const unsigned char* byte = static_cast<const unsigned char*>(bytes);

@@ -11,8 +11,8 @@ constexpr char kSource[] = "core/string";
 
 // Storing a slot's own string back would free it first. Null is nobody's string.
 template <class C>
-void AssertNotOwn(C* const* p, const C* s, int line) {
-  AssertAt(s == nullptr || s != *p, kSource, line);
+bool IsOther(C* const* p, const C* s) {
+  return s == nullptr || s != *p;
 }
 
 // Puts `s`, made before the old string goes, into the slot.
@@ -28,18 +28,18 @@ bool IsEmpty(const wchar_t* s) { return s == nullptr || *s == 0; }
 }  // namespace
 
 void str_set(wchar_t** p, const wchar_t* s) {
-  AssertNotOwn(p, s, 295);
+  AssertAt(IsOther(p, s), kSource, 295);
   Store(p, wstrdup(s == nullptr ? L"" : s));
 }
 
 void str_set_ansi(char** p, const char* s) {
-  AssertAt(s != nullptr, kSource, 305);
-  AssertNotOwn(p, s, 305);
+  AssertAt(s != nullptr, kSource, 305);   // shared number: any string that the slot cannot copy
+  AssertAt(IsOther(p, s), kSource, 305);  // shared number: the same
   Store(p, nustrdup(s));
 }
 
 void str_setx_ansi(char** p, char* s) {
-  AssertNotOwn(p, s, 314);
+  AssertAt(IsOther(p, s), kSource, 314);
   Store(p, s);
 }
 
@@ -50,17 +50,17 @@ wchar_t* utf8_to_tstr(wchar_t** p, const char* s) {
 }
 
 void str_setxy(wchar_t** p, wchar_t* s) {
-  AssertNotOwn(p, s, 336);
+  AssertAt(IsOther(p, s), kSource, 336);
   Store(p, IsEmpty(s) ? nullptr : s);
 }
 
 void str_sety(wchar_t** p, const wchar_t* s) {
-  AssertNotOwn(p, s, 344);
+  AssertAt(IsOther(p, s), kSource, 344);
   Store(p, IsEmpty(s) ? nullptr : wstrdup(s));
 }
 
 void str_setx(wchar_t** p, wchar_t* s) {
-  AssertNotOwn(p, s, 352);
+  AssertAt(IsOther(p, s), kSource, 352);
   Store(p, s == nullptr ? wstrdup(L"") : s);
 }
 

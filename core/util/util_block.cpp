@@ -42,7 +42,7 @@ void BlockAllocator::Grow() {
   if (blocks_per_chunk == 0) {
     return;
   }
-  AssertAt(block_size >= sizeof(void*), kSource, __LINE__);
+  AssertAt(block_size >= sizeof(void*), kSource, 1001);
   const size_t size = block_size;
   char* chunk = new char[size * blocks_per_chunk];
   for (size_t i = blocks_per_chunk; i-- > 0;) {

@@ -45,7 +45,7 @@ char* ReplaceNonAscii(const char* text, ptrdiff_t length, char replacement) {
 }
 
 void InitStruct(void* p, uint32_t size) {
-  AssertAt(size >= sizeof size, kSource, __LINE__);
+  AssertAt(size >= sizeof size, kSource, 1002);
   memcpy(p, &size, sizeof size);
   memset(static_cast<char*>(p) + sizeof size, 0, size - sizeof size);
 }
