@@ -22,8 +22,8 @@ class CommandLine(tool.ToolTest):
             out, err = self.run_tool(option)
             self.assertEqual(b"", err)
             text = out.decode()
-            for word in ("Usage: mdtorrent", "mdls", "ndjson", "plist", "130", "Exit codes", "Examples", "--locale",
-                         "--bundle", "--interface", "--progress", "-0", "-j"):
+            for word in ("Usage: mdtorrent", "mdls", "ndjson", "plist", "129", "130", "143", "Exit codes", "Examples",
+                         "--locale", "--bundle", "--interface", "--progress", "-0", "-j"):
                 self.assertIn(word, text)
             self.assertLessEqual(max(map(len, text.splitlines())), 100)
 
@@ -197,38 +197,74 @@ class UnknownLocales(tool.ToolTest):
         self.assertIn(b'the locale "\\U001b\\xff" is', self.import_with(LC_ALL=b"\x1b\xff")[1])
 
 
+REQUESTS = {signal.SIGINT: 130, signal.SIGTERM: 143, signal.SIGHUP: 129}
+
+
 class Interrupts(tool.ToolTest):
-    def interrupt(self, process):
-        process.send_signal(signal.SIGINT)
+    def start(self, *arguments, ignored=(), **settings):
+        def set_actions():  # those of the test may be of any kind
+            for request in REQUESTS:
+                signal.signal(request, signal.SIG_IGN if request in ignored else signal.SIG_DFL)
+        return super().start(*arguments, preexec_fn=set_actions, **settings)
+
+    def interrupt(self, process, request=signal.SIGINT):
+        process.send_signal(request)
         if process.stdin:
             process.wait(tool.TIMEOUT)  # before communicate ends the list
         out, err = process.communicate(timeout=tool.TIMEOUT)
-        self.assertEqual(130, process.returncode, (out, err))
+        self.assertEqual(REQUESTS[request], process.returncode, (out, err))
         return out, err
 
-    def test_waiting_for_a_list_ends(self):
+    def waiting_run(self, *arguments, **settings):
+        """Starts a run that has imported one file and waits for the rest of its list."""
         self.write("x.torrent")
-        for jobs in ("1", "3"):
-            with self.subTest(jobs=jobs):
-                process = self.start("--format", "ndjson", "-j", jobs, "-", stdin=subprocess.PIPE)
-                process.stdin.write(b"x.torrent\n")
-                process.stdin.flush()
-                line = process.stdout.readline()
-                out, _ = self.interrupt(process)
-                self.assertTrue(json.loads(line)["imported"])
-                self.assertEqual(b"", out)
+        process = self.start("--format", "ndjson", *arguments, "-", stdin=subprocess.PIPE, **settings)
+        process.stdin.write(b"x.torrent\n")
+        process.stdin.flush()
+        self.assertTrue(json.loads(process.stdout.readline())["imported"])
+        return process
+
+    def test_waiting_for_a_list_ends(self):
+        for request in REQUESTS:
+            for jobs in ("1", "3"):
+                with self.subTest(request=request, jobs=jobs):
+                    out, _ = self.interrupt(self.waiting_run("-j", jobs), request)
+                    self.assertEqual(b"", out)
 
     def test_the_document_is_complete(self):
         files = [(["name %d" % i], 1) for i in range(2000)]
         self.write("x.torrent", torrent("top", files=files))
         for kind, parse in (("json", json.loads), ("plist", plistlib.loads)):
-            with self.subTest(kind):
-                process = self.start("--format", kind, "-j", "2", *["x.torrent"] * 5000)
-                first = os.read(process.stdout.fileno(), 1)
-                out, _ = self.interrupt(process)
-                records = parse(first + out)
-                self.assertTrue(0 < len(records) < 5000, len(records))
-                self.assertEqual({2000}, {len(record["attributes"][tool.NAMES]) for record in records})
+            for request in REQUESTS:
+                with self.subTest(kind=kind, request=request):
+                    process = self.start("--format", kind, "-j", "2", *["x.torrent"] * 5000)
+                    first = os.read(process.stdout.fileno(), 1)
+                    out, _ = self.interrupt(process, request)
+                    records = parse(first + out)
+                    self.assertTrue(0 < len(records) < 5000, len(records))
+                    self.assertEqual({2000}, {len(record["attributes"][tool.NAMES]) for record in records})
+
+    def test_an_ignored_signal_stays_ignored(self):
+        for request in REQUESTS:
+            with self.subTest(request):
+                process = self.waiting_run(ignored=[request])
+                process.send_signal(request)
+                out, _ = process.communicate(b"x.torrent\n", timeout=tool.TIMEOUT)
+                self.assertEqual((0, 1), (process.returncode, out.count(b"\n")))
+
+    def test_a_second_signal_ends_it_at_once(self):
+        self.write("x.torrent", torrent("top", files=[(["name %d" % i], 1) for i in range(20000)]))
+        for first in REQUESTS:
+            for second in REQUESTS:
+                with self.subTest(first=first, second=second):
+                    process = self.start("--format", "json", *["x.torrent"] * 10)
+                    os.read(process.stdout.fileno(), 1)
+                    process.send_signal(first)
+                    with self.assertRaises(subprocess.TimeoutExpired):
+                        process.wait(0.2)  # for the reader of what is finished
+                    process.send_signal(second)
+                    self.assertEqual(-second, process.wait(tool.TIMEOUT))
+                    process.communicate()
 
     def test_the_summary_says_so(self):
         for i in range(3000):

@@ -39,7 +39,8 @@ Exit codes:
   3    some file could not be read (missing, no permission, a folder, a pipe, over 256 MiB), even if
        others are no usable torrents; or the output could not be written
   4    the importer bundle could not be loaded
-  130  interrupted; what was finished until then is printed
+  130  interrupted; what was finished until then is printed. Likewise 129 after a hang-up (SIGHUP)
+       and 143 when asked to end (SIGTERM)
 
 Encodings:
   Text in a torrent is read as UTF-8, and text that is no UTF-8 by the locale's encoding. Where a

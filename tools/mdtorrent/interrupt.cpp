@@ -5,19 +5,36 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <initializer_list>
+
 namespace mdtorrent {
 namespace {
 
-volatile sig_atomic_t g_interrupted = 0;
+int g_signal = 0;
 int g_pipe[2] = {-1, -1};
 
-void NoteInterrupt(int) {
+void NoteInterrupt(int signal) {
   const int kept_errno = errno;
-  __atomic_store_n(&g_interrupted, 1, __ATOMIC_RELAXED);
+  int none = 0;
+  if (!__atomic_compare_exchange_n(&g_signal, &none, signal, false, __ATOMIC_RELAXED, __ATOMIC_RELAXED)) {
+    raise(signal);  // once more, and now with the action that it had before
+  }
   if (write(g_pipe[1], "", 1) < 0) {
-    // The pipe is full or absent: the flag alone has to do.
+    // The pipe is full or absent: the number alone has to do.
   }
   errno = kept_errno;
+}
+
+void Catch(int signal) {
+  struct sigaction action = {};
+  if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
+    return;
+  }
+  action = {};
+  action.sa_handler = NoteInterrupt;
+  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
+  sigemptyset(&action.sa_mask);
+  sigaction(signal, &action, nullptr);
 }
 
 }  // namespace
@@ -29,14 +46,12 @@ void CatchInterrupt() {
       fcntl(fd, F_SETFL, O_NONBLOCK);
     }
   }
-  struct sigaction action = {};
-  action.sa_handler = NoteInterrupt;
-  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    Catch(signal);
+  }
 }
 
-bool Interrupted() { return __atomic_load_n(&g_interrupted, __ATOMIC_RELAXED) != 0; }
+int InterruptSignal() { return __atomic_load_n(&g_signal, __ATOMIC_RELAXED); }
 
 int InterruptDescriptor() { return g_pipe[0]; }
 

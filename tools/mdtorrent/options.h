@@ -14,7 +14,9 @@ namespace mdtorrent {
 
 // What the process ends with. Of several that apply the one that stands first here is taken.
 enum class ExitCode {
+  kHungUp = 129,  // this and the next two: ended early by a signal
   kInterrupted = 130,
+  kTerminated = 143,
   kUsage = 2,
   kBundle = 4,
   kUnreadable = 3,  // also when the output cannot be written

@@ -45,8 +45,8 @@ OrderedOutput::Streams StandardStreams(const Options& options) {
 }
 
 ExitCode ExitCodeOf(const OrderedOutput& output) {
-  if (Interrupted()) {
-    return ExitCode::kInterrupted;
+  if (const int signal = InterruptSignal()) {
+    return static_cast<ExitCode>(128 + signal);
   }
   const Counts& counts = output.counts();
   if (output.error() != 0 || counts.unreadable > 0) {
