@@ -14,7 +14,7 @@ import unittest
 import zipfile
 
 SOURCES = """CMakeLists.txt CMakePresets.json LICENSE QuickLookPlugin SpotlightImporter cmake core platform scripts
-             tests/macho_static tests/plugin""".split()
+             tests/macho_static tests/plugin tools/shell""".split()
 # What would change the product if it got through.
 HOSTILE = {
     "CXXFLAGS": "-O0",
