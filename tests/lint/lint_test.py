@@ -10,6 +10,8 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 LEFT_ONLY = "a header includes only from its own room or one to its left"
+NUMBERS = "an assertion's number is written out or a constant kNameLine"
+SOURCES = "an assertion's source name is a text or a constant of the same file"
 
 
 class PlantedFaults(unittest.TestCase):
@@ -17,7 +19,7 @@ class PlantedFaults(unittest.TestCase):
         scratch = tempfile.TemporaryDirectory()
         self.addCleanup(scratch.cleanup)
         self.root = pathlib.Path(scratch.name)
-        for folder in ("core", "docs"):
+        for folder in ("core", "QuickLookPlugin", "SpotlightImporter", "docs"):
             shutil.copytree(ROOT / folder, self.root / folder)
 
     def faults(self, check):
@@ -87,6 +89,57 @@ class Rooms(PlantedFaults):
     def test_nothing_to_check(self):
         shutil.rmtree(self.root / "core")
         self.assertIn("core:1: no files were found", self.faults("rooms.py"))
+
+
+class Assertions(PlantedFaults):
+    def test_tree_has_no_number_twice(self):
+        self.assertEqual(self.faults("assertions.py"), [])
+
+    def test_number_taken_twice(self):
+        line = self.append("core/base/memutils.cpp",
+                           'constexpr char kSource[] = "core/memutils";\n'
+                           "void f(bool a) { AssertAt(a, kSource, 12); }\n"
+                           'void g(bool a) { core::FatalAssert("core/memutils", 12); }\n')
+        self.assertEqual(self.faults("assertions.py"),
+                         [f'core/base/memutils.cpp:{line + 1}: 12 of "core/memutils" is also printed by '
+                          f"core/base/memutils.cpp:{line + 2}",
+                          f'core/base/memutils.cpp:{line + 2}: 12 of "core/memutils" is also printed by '
+                          f"core/base/memutils.cpp:{line + 1}"])
+
+    def test_number_shared_on_purpose(self):
+        self.append("core/base/memutils.cpp",
+                    'void f(bool a) { AssertAt(a, "core/memutils", 12); }  // shared number: both mean the same\n'
+                    'void g(bool a) { AssertAt(!a, "core/memutils", 12); }  // shared number: both mean the same\n')
+        self.assertEqual(self.faults("assertions.py"), [])
+
+    def test_one_number_under_two_names(self):
+        self.append("core/base/memutils.cpp",
+                    'void f(bool a) { AssertAt(a, "core/memutils", 12); }\n'
+                    'void g(bool a) { AssertAt(!a, "core/other", 12); }\n')
+        self.assertEqual(self.faults("assertions.py"), [])
+
+    def test_number_of_the_line(self):
+        line = self.append("core/base/memutils.cpp",
+                           'void f(bool a) { AssertAt(a && (1, 2), "core/memutils", __LINE__); }\n')
+        self.assertEqual(self.faults("assertions.py"), [f"core/base/memutils.cpp:{line}: {NUMBERS}, not __LINE__"])
+
+    def test_constants_and_numbers_that_callers_choose(self):
+        line = self.append("core/base/memutils.cpp",
+                           'constexpr char kSource[] = "core/memutils";\n'
+                           "constexpr int kFullLine = 12;\n"
+                           "void f(bool a, int line) { AssertAt(a, kSource, line); }\n"
+                           "void g(bool a) {\n  f(a, kFullLine);\n  f(a, kFullLine);\n  f(a, 12);\n}\n")
+        self.assertEqual([fault.split(" ")[0] for fault in self.faults("assertions.py")],
+                         [f"core/base/memutils.cpp:{line + 1}:", f"core/base/memutils.cpp:{line + 6}:"])
+
+    def test_unknown_source(self):
+        line = self.append("core/base/memutils.cpp", "void f(bool a) { AssertAt(a, kElsewhere, 12); }\n")
+        self.assertEqual(self.faults("assertions.py"), [f"core/base/memutils.cpp:{line}: {SOURCES}"])
+
+    def test_nothing_to_check(self):
+        for folder in ("core", "QuickLookPlugin", "SpotlightImporter"):
+            shutil.rmtree(self.root / folder)
+        self.assertEqual(self.faults("assertions.py"), ["core:1: no assertions were found"])
 
 
 if __name__ == "__main__":

@@ -65,6 +65,15 @@ class LintTest(ScriptTest):
         self.fake("clang-format", "exit 1")
         self.run_script("lint", code=1)
 
+    def test_fails_with_the_reason_when_a_check_of_its_own_does(self):
+        self.write_sources()
+        for check in ("rooms.py", "assertions.py"):
+            with self.subTest(check):
+                self.fake("python3", f"case $2 in tools/lint/{check}) echo 'a.h:1: the rule'; exit 1 ;; esac")
+                out, _ = self.run_script("lint", code=1)
+                self.assertEqual(out, "a.h:1: the rule\n")
+                self.assertEqual(self.called("clang-tidy"), [])
+
     def test_fails_with_the_reason_when_clang_tidy_does(self):
         self.write_sources()
         self.fake("clang-tidy", "echo 'a.cpp:1: the reason'; exit 1")

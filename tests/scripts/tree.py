@@ -65,7 +65,7 @@ class ScriptTest(unittest.TestCase):
         for name in PROGRAMS:
             (self.programs / name).symlink_to(shutil.which(name))
         self.fake("dpkg-query", "printf 'install ok installed'")
-        for name in ("apt-get", "dpkg", "clang-format", "clang-tidy", "ctest"):
+        for name in ("apt-get", "dpkg", "clang-format", "clang-tidy", "ctest", "python3"):
             self.fake(name)
         self.tree = self.top / "tree"
         self.tree.mkdir()
