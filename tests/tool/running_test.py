@@ -159,7 +159,8 @@ class Locales(tool.ToolTest):
 class UnknownLocales(tool.ToolTest):
     """The environment names a locale that is not installed."""
 
-    WARNING = b'mdtorrent: warning: the locale "no_SUCH" is not installed: text in torrents that is no UTF-8 is lost\n'
+    WARNING = (b'mdtorrent: warning: the locale "no_SUCH" is not installed: '
+               b"text that is no UTF-8 is read as in the locale C\n")
 
     def import_with(self, **variables):
         environment = {"LC_ALL": "", "LC_CTYPE": "", "LANG": "", **variables}
@@ -172,9 +173,11 @@ class UnknownLocales(tool.ToolTest):
             with self.subTest(variable):
                 self.assertEqual((["\u65e5\u672c"] * 3, self.WARNING), self.import_with(**{variable: "no_SUCH"}))
 
-    def test_what_is_no_utf_8_is_lost_as_told(self):
+    def test_what_is_no_utf_8_is_read_as_in_the_locale_c(self):
         self.write("x.torrent", torrent(comment="caf\u00e9".encode("latin-1")))
-        self.assertEqual(([None] * 3, self.WARNING), self.import_with(LC_ALL="no_SUCH"))
+        read_as_in_c, told_nothing = self.import_with(LC_ALL="C")
+        self.assertEqual(b"", told_nothing)
+        self.assertEqual((read_as_in_c, self.WARNING), self.import_with(LC_ALL="no_SUCH"))
 
     def test_the_variable_that_counts_is_named(self):
         self.write("x.torrent")

@@ -75,7 +75,7 @@ void UseEnvironmentLocale() {
   }
   std::string line = ProgramName() + ": warning: the locale \"";
   AppendPrintable(line, EnvironmentLocale());
-  fprintf(stderr, "%s\" is not installed: text in torrents that is no UTF-8 is lost\n", line.c_str());
+  fprintf(stderr, "%s\" is not installed: text that is no UTF-8 is read as in the locale C\n", line.c_str());
 }
 
 // Through the environment, as Foundation may set the locale from there again. False when it is unknown.
