@@ -62,7 +62,7 @@ class UsageTest(ScriptTest):
                     self.check_nothing_was_done()
 
     def test_the_help_of_the_tool_needs_the_tool(self):
-        self.assertEqual(self.run_script("import", "--help-all")[0], "imported --help\n")
+        self.assertEqual(self.run_script("import", "--help-all")[0], "imported --help-all\n")
 
     def test_the_folder_holds_only_commands_for_people(self):
         for path in sorted((ROOT / "scripts").iterdir()):

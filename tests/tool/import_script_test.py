@@ -6,7 +6,7 @@ import shutil
 
 import tool
 
-SCRIPT = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "import"
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 class ImportScript(tool.ToolTest):
@@ -18,8 +18,10 @@ class ImportScript(tool.ToolTest):
         built = tree / "build" / "release" / "tools" / "mdtorrent"
         for folder in (tree / "scripts", built):
             folder.mkdir(parents=True)
-        shutil.copy(SCRIPT, tree / "scripts")
+        shutil.copy(ROOT / "scripts" / "import", tree / "scripts")
+        shutil.copytree(ROOT / "tools" / "shell", tree / "tools" / "shell")
         (built / "mdtorrent").symlink_to(tool.options.program)
+        (tree / "build" / "release" / "built").touch()
         for stand_in in (tree / "scripts" / "bootstrap", tree / "scripts" / "cmake"):
             stand_in.write_text("#!/bin/sh\n")
             stand_in.chmod(0o755)

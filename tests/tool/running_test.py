@@ -55,7 +55,8 @@ class CommandLine(tool.ToolTest):
         self.assertIn(b"xml", self.expect_usage_error("--format", "xml", "x"))
 
     def test_a_locale_that_is_not_installed_is_a_usage_error(self):
-        self.assertEqual(b'mdtorrent: the locale "no_SUCH\\U001b" is not installed: locale -a lists what is '
+        self.assertEqual(b'mdtorrent: the locale "no_SUCH\\U001b" is not installed: locale -a lists what is, '
+                         b'and on Debian dpkg-reconfigure locales installs more '
                          b"(see mdtorrent --help)\n", self.expect_usage_error("--locale", "no_SUCH\x1b", "x"))
 
     def test_two_dashes_end_the_options(self):

@@ -97,7 +97,8 @@ ExitCode Main(int argc, char** argv) {
   if (options.locale.empty()) {
     UseEnvironmentLocale();
   } else if (!UseLocale(options.locale)) {
-    return Give(UsageError("the locale \"" + options.locale + "\" is not installed: locale -a lists what is"));
+    return Give(UsageError("the locale \"" + options.locale + "\" is not installed: locale -a lists what is, and " +
+                           "on Debian dpkg-reconfigure locales installs more"));
   }
   setvbuf(stdout, nullptr, _IOFBF, kOutputBuffer);
   signal(SIGPIPE, SIG_IGN);
