@@ -38,6 +38,17 @@ TEST(Failure, APathIsNotCutAtAZeroByte) {
   ExpectDiagnosis(file + std::string("\0x", 2), Outcome::kUnreadable, "cannot open: No such file or directory");
 }
 
+TEST(Failure, ACarriageReturnAtTheEndOfANameIsTold) {
+  const TempFolder folder;
+  const std::string file = folder.Write("file", "");
+  ExpectDiagnosis(file + "\r", Outcome::kUnreadable,
+                  "cannot open: No such file or directory; it exists without the carriage return at the end of its "
+                  "name: take that off, as tr -d '\\r' does");
+  ExpectDiagnosis(file + "x\r", Outcome::kUnreadable,
+                  "cannot open: No such file or directory; its name ends in a carriage return");
+  ExpectDiagnosis(folder.Write("other\r", ""), Outcome::kUnusable, "not a usable torrent");
+}
+
 TEST(Failure, OnlyRegularFilesAreRead) {
   const TempFolder folder;
   const std::string pipe = folder.path() / "pipe";
@@ -60,6 +71,10 @@ TEST(Failure, FilesAreRefusedAboveTheLargestSizeOnly) {
 
 TEST(Failure, ComplaintsDisarmTheName) {
   EXPECT_EQ("mdtorrent: a\\U001b[2J\\n\\xff: why\n", ComplaintLine("a\x1b[2J\n\xFF", "why"));
+}
+
+TEST(Failure, ComplaintsDisarmTheReason) {
+  EXPECT_EQ("mdtorrent: a: b\\U001b[2J\\n\\xff\n", ComplaintLine("a", "b\x1b[2J\n\xFF"));
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 """What is said about files, bundles and outputs that are of no use."""
 
+import json
 import os
 import plistlib
+import resource
 import shutil
 import subprocess
 import time
@@ -33,7 +35,7 @@ class Failures(tool.ToolTest):
 
     def test_a_folder(self):
         os.mkdir(os.path.join(self.folder, b"x.torrent"))
-        self.expect_failure("x.torrent", 3, "not a regular file: it is a folder")
+        self.expect_failure("x.torrent", 3, "is a folder; add -r to search it")
 
     def test_a_pipe_is_not_waited_for(self):
         os.mkfifo(os.path.join(self.folder, b"x.torrent"))
@@ -82,6 +84,111 @@ class Failures(tool.ToolTest):
     def test_complaints_disarm_the_name(self):
         _, err = self.run_tool(b"a\x1b[2J\n\xff", code=3)
         self.assertEqual(b"mdtorrent: a\\U001b[2J\\n\\xff: cannot open: No such file or directory\n", err)
+
+
+class OnlyRelativePaths(tool.ToolTest):
+    """Files in a folder that its own whole path does not lead to."""
+
+    def setUp(self):
+        super().setUp()
+        self.here = None
+
+    def enter(self, folder):
+        self.here = os.open(folder, os.O_RDONLY)
+        self.addCleanup(os.close, self.here)
+
+    def start(self, *arguments, **settings):
+        return super().start(*arguments, preexec_fn=lambda: os.fchdir(self.here), **settings)
+
+    def expect_both(self, prefix, **settings):
+        """That a torrent is imported, and another file not taken for unreadable."""
+        for interface in ("url", "legacy"):
+            paths = [prefix + "x.torrent", prefix + "bad.torrent"]
+            good, bad = self.records("--interface", interface, *paths, code=1, **settings)
+            self.assertEqual((True, "1.5 kB in 1 file"),
+                             (good["imported"], good["attributes"].get("kMDItemDescription")), good)
+            self.assertEqual((False, "not a usable torrent"), (bad["imported"], bad["error"]))
+
+    def test_a_folder_in_one_that_may_not_be_searched(self):
+        self.write("closed/inner/x.torrent")
+        self.write("closed/inner/bad.torrent", b"de")
+        closed = os.path.join(self.folder, b"closed")
+        self.enter(os.path.join(closed, b"inner"))
+        settings = {}
+        if os.geteuid() == 0:
+            settings["user"] = 65534
+            if subprocess.run(["test", "-x", tool.options.program], user=65534, check=False).returncode != 0:
+                self.skipTest("the superuser may search everything, and others may not run the program")
+        os.chmod(closed, 0)
+        self.addCleanup(os.chmod, closed, 0o755)
+        self.expect_both("", **settings)
+
+    def test_a_folder_with_a_path_longer_than_any_that_can_be_opened(self):
+        self.write("x.torrent")
+        self.write("bad.torrent", b"de")
+        at = os.open(self.folder, os.O_RDONLY)
+        for _ in range(20):
+            os.mkdir("n" * 250, dir_fd=at)
+            below = os.open("n" * 250, os.O_RDONLY, dir_fd=at)
+            os.close(at)
+            at = below
+        self.addCleanup(os.close, at)
+        self.here = at
+        for name in (b"x.torrent", b"bad.torrent"):
+            os.link(os.path.join(self.folder, name), name, dst_dir_fd=at)
+        self.expect_both("")
+
+    def test_a_folder_that_was_removed(self):
+        self.write("x.torrent")
+        self.write("bad.torrent", b"de")
+        gone = os.path.join(self.folder, b"gone")
+        os.mkdir(gone)
+        self.enter(gone)
+        os.rmdir(gone)
+        try:
+            subprocess.run(["test", "-e", "../x.torrent"], check=True, preexec_fn=lambda: os.fchdir(self.here))
+        except subprocess.CalledProcessError:
+            self.skipTest("here nothing can be found from a folder that was removed")
+        self.expect_both("../")
+
+
+class FewDescriptors(tool.ToolTest):
+    """A process that may open only so many files says so, whatever it cannot open for that."""
+
+    REASON = "Too many open files"
+
+    def start(self, *arguments, limit, **settings):
+        def restrict():
+            resource.setrlimit(resource.RLIMIT_NOFILE, (limit, limit))
+        return super().start(*arguments, preexec_fn=restrict, **settings)
+
+    def ends(self, path, limits):
+        """How runs with each limit end: "imported", or what they blame."""
+        ends = set()
+        for limit in limits:
+            process = self.start("--format", "ndjson", path, limit=limit)
+            out, err = process.communicate(timeout=tool.TIMEOUT)
+            if process.returncode in (0, 1, 3):
+                record = json.loads(out)
+                ends.add("imported" if record["imported"] else record["error"])
+            elif self.REASON in err.decode():
+                ends.add("bundle")
+            elif process.returncode == 4:
+                ends.add(err)
+        return ends
+
+    def test_a_file_or_the_bundle_is_never_blamed_for_it(self):
+        for name in ("x.torrent", b"\xff.torrent"):  # the second one takes two descriptors at once
+            with self.subTest(name):
+                self.write(name)
+                ends = self.ends(name, range(4, 12))
+                self.assertLessEqual({"imported", "bundle"}, ends)
+                self.assertLessEqual(ends, {"imported", "bundle", "cannot open: " + self.REASON})
+
+    def test_threads_leave_each_other_enough(self):
+        self.write(b"\xff.torrent")
+        records = self.records("-j", "8", *[b"\xff.torrent"] * 1000, limit=8)
+        self.assertEqual({True}, {record["imported"] for record in records})
 
 
 class Bundles(tool.ToolTest):

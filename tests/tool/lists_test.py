@@ -34,6 +34,15 @@ class Lists(tool.ToolTest):
         (record,) = self.records("-", feed=b"a.torrent\0x\n", code=3)
         self.assertFalse(record["imported"])
 
+    def test_lines_that_end_in_carriage_returns_are_told(self):
+        present, missing = self.records("-", feed=b"a.torrent\r\nmissing\r\n", code=3)
+        self.assertIn("it exists without the carriage return at the end of its name", present["error"])
+        self.assertIn("its name ends in a carriage return", missing["error"])
+
+    def test_a_carriage_return_may_be_part_of_a_name(self):
+        self.write("a.torrent\r")
+        self.assertEqual(["a.torrent\r"], self.paths("-", feed=b"a.torrent\r\n"))
+
     def test_closed_standard_input_is_a_failure(self):
         (record,) = self.records("-", stdin=None, preexec_fn=lambda: os.close(0), code=3)
         self.assertIn("cannot read standard input", record["error"])

@@ -38,9 +38,23 @@ PathList Recursive(const Strings& paths) {
 
 TEST(PathList, NamedPathsComeAsTheyAre) {
   PathList::Source source;
-  source.paths = {"b", "a", "/", "", "b"};
+  source.paths = {"b", "a", "/dev/null", "", "b"};
   PathList list(source);
-  EXPECT_EQ((Strings{"b", "a", "/", "", "b"}), Rest(list));
+  EXPECT_EQ((Strings{"b", "a", "/dev/null", "", "b"}), Rest(list));
+}
+
+TEST(PathList, AFolderIsNotSearchedUnasked) {
+  PathList::Source source;
+  source.paths = {"/"};
+  PathList list(source);
+  EXPECT_EQ((Strings{"/ (is a folder; add -r to search it)"}), Rest(list));
+  EXPECT_FALSE(list.searched_folder());
+}
+
+TEST(PathList, AFolderIsNotFoundByTheStartOfAName) {
+  const std::string name("/\0x", 3);
+  PathList list = Recursive({name});
+  EXPECT_EQ((Strings{name}), Rest(list));
   EXPECT_FALSE(list.searched_folder());
 }
 

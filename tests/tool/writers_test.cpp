@@ -131,6 +131,14 @@ std::string RecordOf(Format format, bool show_paths, bool imported) {
   return out.text();
 }
 
+TEST(RecordWriter, AReasonInTheEncodingOfALocaleBreaksNoDocument) {
+  for (const Format format : {Format::kJson, Format::kNdjson, Format::kPlist}) {
+    TextBuffer out;
+    MakeRecordWriter(format, false, out)->WriteFailed("a", "no \xE9t\xE9");
+    EXPECT_NE(std::string::npos, out.text().find("no \xEF\xBF\xBDt\xEF\xBF\xBD"));
+  }
+}
+
 TEST(RecordWriter, MdlsShowsThePathOnlyWhenAsked) {
   EXPECT_EQ(0u, RecordOf(Format::kMdls, true, true).find("a\\xff\\n.torrent:\narray "));
   EXPECT_EQ(0u, RecordOf(Format::kMdls, false, true).find("array "));

@@ -16,11 +16,25 @@ namespace {
 
 Failure Unreadable(std::string reason) { return {Outcome::kUnreadable, std::move(reason)}; }
 
+// A list with the line ends of another system gives every path one character too many. That one may
+// be part of a name, so it is not taken off.
+std::string CarriageReturnHint(const std::string& path) {
+  if (!path.ends_with('\r')) {
+    return {};
+  }
+  struct stat info;
+  const bool exists = stat(path.substr(0, path.size() - 1).c_str(), &info) == 0;
+  return exists ? "; it exists without the carriage return at the end of its name: take that off, as tr -d '\\r' does"
+                : "; its name ends in a carriage return";
+}
+
 // What is wrong with the file at `path` by its type and size alone.
 std::optional<Failure> RefusedUnopened(const std::string& path) {
   struct stat info;
   if (stat(path.c_str(), &info) != 0) {
-    return CannotOpen(errno);
+    Failure failure = CannotOpen(errno);
+    failure.reason += CarriageReturnHint(path);
+    return failure;
   }
   if (S_ISDIR(info.st_mode)) {
     return Unreadable("not a regular file: it is a folder");
@@ -65,8 +79,9 @@ Failure Diagnose(const std::string& path) {
 std::string ComplaintLine(std::string_view path, std::string_view reason) {
   std::string line = ProgramName() + ": ";
   AppendPrintable(line, path);
-  line.append(": ").append(reason).push_back('\n');
-  return line;
+  line += ": ";
+  AppendPrintable(line, reason);
+  return line + '\n';
 }
 
 void TellOutputError(FILE* complaints, int error) {

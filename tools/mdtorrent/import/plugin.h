@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "tools/mdtorrent/failure.h"
 #include "tools/mdtorrent/options.h"
 
 namespace mdtorrent {
@@ -18,8 +19,8 @@ class Importer {
  public:
   virtual ~Importer() = default;
 
-  // Imports the file at `path` into `attributes`; false when the importer refuses it.
-  virtual bool Import(const std::string& path, NSMutableDictionary* attributes) = 0;
+  // Imports the file at `path` into `attributes`; returns why there are none.
+  virtual std::optional<Failure> Import(const std::string& path, NSMutableDictionary* attributes) = 0;
 };
 
 class ImporterBundle {

@@ -2,6 +2,7 @@
 
 #include <CoreFoundation/CFPlugInCOM.h>
 #include <CoreServices/CoreServices.h>
+#include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -22,22 +23,23 @@ struct UnknownInterface {
   IUNKNOWN_C_GUTS;
 };
 
-// A second name, in ASCII, for a file whose own name no string can hold. Lives as long as this object.
-class AsciiAlias {
+// A second name for a file whose whole name no string can hold or no one can open. Lives as long as
+// this object.
+class FileAlias {
  public:
-  explicit AsciiAlias(const std::string& path) {
+  explicit FileAlias(const std::string& path) {
     struct stat info;
     if (stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
       fd_ = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     }
   }
-  ~AsciiAlias() {
+  ~FileAlias() {
     if (fd_ >= 0) {
       close(fd_);
     }
   }
-  AsciiAlias(const AsciiAlias&) = delete;
-  AsciiAlias& operator=(const AsciiAlias&) = delete;
+  FileAlias(const FileAlias&) = delete;
+  FileAlias& operator=(const FileAlias&) = delete;
 
   bool usable() const { return fd_ >= 0; }
   std::string name() const { return "/dev/fd/" + std::to_string(fd_); }
@@ -47,12 +49,18 @@ class AsciiAlias {
 };
 
 // Puts the working directory before a path that is taken from it: importers are given whole paths.
-std::string AbsolutePath(const std::string& path) {
-  if (path[0] == '/') {
+// None when that directory has no path any more.
+std::optional<std::string> AbsolutePath(const std::string& path) {
+  if (path.starts_with('/')) {
     return path;
   }
   const std::unique_ptr<char, void (*)(void*)> folder(getcwd(nullptr, 0), free);
-  return folder ? folder.get() + ("/" + path) : path;
+  return folder ? std::optional(folder.get() + ("/" + path)) : std::nullopt;
+}
+
+bool CanBeFound(const std::string& path) {
+  struct stat info;
+  return stat(path.c_str(), &info) == 0;
 }
 
 CFURLRef NewFileURL(NSString* path) {
@@ -83,15 +91,27 @@ class ImporterOver : public Importer {
   ImporterOver(const ImporterOver&) = delete;
   ImporterOver& operator=(const ImporterOver&) = delete;
 
-  bool Import(const std::string& path, NSMutableDictionary* attributes) override {
-    if (path.empty() || path.find('\0') != std::string::npos) {
-      return false;
+  std::optional<Failure> Import(const std::string& path, NSMutableDictionary* attributes) override {
+    if (path.find('\0') != std::string::npos) {
+      return Diagnose(path);
     }
-    if (NSString* name = NewFileSystemString(AbsolutePath(path))) {
-      return ImportNamed(name, attributes);
+    const std::optional<std::string> whole = AbsolutePath(path);
+    if (NSString* name = whole ? NewFileSystemString(*whole) : nil) {
+      if (ImportNamed(name, attributes)) {
+        return std::nullopt;
+      }
+      if (CanBeFound(*whole)) {
+        return Diagnose(path);
+      }
     }
-    const AsciiAlias alias(path);
-    return alias.usable() && ImportNamed(NewFileSystemString(alias.name()), attributes);
+    const FileAlias alias(path);
+    if (!alias.usable()) {
+      return Diagnose(path);
+    }
+    if (ImportNamed(NewFileSystemString(alias.name()), attributes)) {
+      return std::nullopt;
+    }
+    return Diagnose(alias.name());  // which takes as many descriptors as the importer needed
   }
 
  private:
@@ -125,7 +145,7 @@ CFUUIDRef CopyFirstFactory(CFPlugInRef plug_in) {
 }
 
 CFPlugInRef OpenPlugIn(const std::string& path) {
-  NSString* name = NewFileSystemString(AbsolutePath(path));
+  NSString* name = NewFileSystemString(path);
   if (!name) {
     return nullptr;
   }
@@ -140,12 +160,25 @@ CFPlugInRef OpenPlugIn(const std::string& path) {
   return plug_in;
 }
 
+// Why the bundle at `path` gave no plug-in.
+std::string WhyNoPlugIn(const std::string& path) {
+  const int fd = open((path + "/Contents/Info.plist").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+  const int error = fd < 0 ? errno : 0;
+  if (fd >= 0) {
+    close(fd);
+  }
+  const bool is_missing = error == ENOENT || error == ENOTDIR;
+  return error == 0 || is_missing ? "not a plug-in bundle with a usable property list"
+                                  : "its property list: " + CannotOpen(error).reason;
+}
+
 }  // namespace
 
 std::optional<ImporterBundle> ImporterBundle::Open(const std::string& path, std::string& error) {
-  const CFPlugInRef plug_in = OpenPlugIn(path);
+  const std::string whole = AbsolutePath(path).value_or(path);
+  const CFPlugInRef plug_in = OpenPlugIn(whole);
   if (!plug_in) {
-    error = "not a plug-in bundle with a usable property list";
+    error = WhyNoPlugIn(whole);
     return std::nullopt;
   }
   const CFUUIDRef factory = CopyFirstFactory(plug_in);

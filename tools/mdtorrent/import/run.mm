@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "tools/mdtorrent/failure.h"
+#include "tools/mdtorrent/import/thread_count.h"
 #include "tools/mdtorrent/import/worker.h"
 #include "tools/mdtorrent/interrupt.h"
 #include "tools/mdtorrent/output/escape.h"
@@ -30,7 +31,8 @@ bool SeveralFiles(const Options& options) {
 std::vector<std::unique_ptr<Importer>> MakeImporters(const Options& options, const ImporterBundle& bundle,
                                                      std::string& error) {
   std::vector<std::unique_ptr<Importer>> importers;
-  for (size_t i = 0; i < options.jobs; ++i) {
+  const size_t count = BearableThreads(options.jobs);
+  for (size_t i = 0; i < count; ++i) {
     importers.push_back(bundle.NewImporter(options.interface, error));
     if (!importers.back()) {
       return {};
@@ -60,7 +62,9 @@ ExitCode ExitCodeOf(const OrderedOutput& output) {
 ExitCode RefuseBundle(const std::string& path, const std::string& reason) {
   std::string line = ProgramName() + ": cannot load ";
   AppendPrintable(line, path);
-  fprintf(stderr, "%s: %s\n", line.c_str(), reason.c_str());
+  line += ": ";
+  AppendPrintable(line, reason);
+  fprintf(stderr, "%s\n", line.c_str());
   return ExitCode::kBundle;
 }
 

@@ -18,11 +18,9 @@ std::optional<Failure> ImportItem(const PathItem& item, Importer& importer, Reco
   }
   NSAutoreleasePool* pool = [NSAutoreleasePool new];
   NSMutableDictionary* attributes = [NSMutableDictionary new];
-  std::optional<Failure> failure;
-  if (importer.Import(item.path, attributes)) {
+  const std::optional<Failure> failure = importer.Import(item.path, attributes);
+  if (!failure) {
     writer.WriteImported(item.path, DictionaryAttributes(attributes));
-  } else {
-    failure = Diagnose(item.path);
   }
   [attributes release];
   [pool release];

@@ -11,7 +11,8 @@ namespace {
 
 bool IsFolder(const std::string& path) {
   struct stat info;
-  return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+  const bool holds_zero = path.find('\0') != std::string::npos;  // which no name does
+  return !holds_zero && stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
 }  // namespace
@@ -54,12 +55,15 @@ std::optional<PathItem> PathList::NextNamed() {
       return std::nullopt;
     }
   }
-  if (source_.recursive && IsFolder(path)) {
+  if (!IsFolder(path)) {
+    return PathItem{std::move(path), std::nullopt};
+  }
+  if (source_.recursive) {
     folder_.emplace(path);
     searched_folder_ = true;
     return std::nullopt;
   }
-  return PathItem{std::move(path), std::nullopt};
+  return PathItem{std::move(path), Failure{Outcome::kUnreadable, "is a folder; add -r to search it"}};
 }
 
 std::optional<PathItem> PathList::Find() {

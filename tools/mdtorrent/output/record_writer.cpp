@@ -48,7 +48,9 @@ class DictionaryRecordWriter : public RecordWriter {
     WriteStart(values_, path, false);
     NoAttributes().WriteTo(values_);
     values_.Key("error");
-    values_.String(reason);
+    std::string valid_reason;  // it may be in the encoding of the locale
+    AppendValidUtf8(valid_reason, reason);
+    values_.String(valid_reason);
     values_.EndDictionary();
     out_.text().append(after_);
   }
