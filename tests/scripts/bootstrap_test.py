@@ -48,11 +48,23 @@ class BootstrapTest(ScriptTest):
         self.assertEqual(self.finish(second), ("", ""))
         self.assertEqual(len(self.called("apt-get")), 2)
 
-    def test_takes_up_an_installation_that_was_interrupted(self):
+    def test_packages_that_wait_for_their_last_step_get_it_first(self):
         self.run_script("bootstrap")
         lines = self.calls.read_text(encoding="utf-8").splitlines()
-        configure = lines.index("dpkg --configure -a")
-        self.assertLess(configure, next(at for at, line in enumerate(lines) if line.startswith("apt-get ")))
+        self.assertLess(lines.index("dpkg --configure -a"), self.last_install(lines))
+        self.assertNotIn("--fix-broken", " ".join(lines))
+
+    def test_packages_that_wait_for_others_get_them_first(self):
+        self.fake("dpkg", "exit 1")
+        self.run_script("bootstrap")
+        lines = self.calls.read_text(encoding="utf-8").splitlines()
+        fix = next(at for at, line in enumerate(lines) if "--fix-broken" in line)
+        self.assertIn(" --no-remove ", lines[fix])
+        self.assertLess(lines.index("dpkg --configure -a"), fix)
+        self.assertLess(fix, self.last_install(lines))
+
+    def last_install(self, lines):
+        return max(at for at, line in enumerate(lines) if line.startswith("apt-get ") and " g++ " in line)
 
     def test_says_when_packages_could_not_be_installed(self):
         self.fake("apt-get", "exit 100")
