@@ -37,12 +37,13 @@ class BootstrapTest(ScriptTest):
         self.assertEqual(self.called("apt-get"), [])
 
     def test_of_two_runs_one_waits_and_finds_all_installed(self):
-        self.fake("apt-get", f'touch "{self.top}/begun"; until [ -e "{self.top}/go" ]; do sleep 0.01; done\n'
+        self.fake("apt-get", f'touch "{self.top}/begun"; {self.until_go()}\n'
                              f'touch "{self.top}/installed"')
         first = self.start("bootstrap")
         self.wait_for(self.top / "begun")
         second = self.start("bootstrap")
-        self.assertEqual(second.stderr.readline(), "scripts/bootstrap: waiting for another run that installs packages ...\n")
+        self.assertEqual(self.next_line(second.stderr),
+                         "scripts/bootstrap: waiting for another run that installs packages ...\n")
         (self.top / "go").touch()
         self.finish(first)
         self.assertEqual(self.finish(second), ("", ""))

@@ -133,11 +133,11 @@ class MovedTest(ScriptTest):
 
 class SharedTest(ScriptTest):
     def test_of_two_first_runs_one_waits(self):
-        self.write("steps", f'echo building >>"{self.calls}"; touch begun; until [ -e "{self.top}/go" ]; do sleep 0.01; done\n')
+        self.write("steps", f'echo building >>"{self.calls}"; touch begun; {self.until_go()}\n')
         first = self.start("import", "first.torrent")
         self.wait_for(self.tree / "build/release/begun")
         second = self.start("import", "second.torrent")
-        self.assertEqual(second.stderr.readline(),
+        self.assertEqual(self.next_line(second.stderr),
                          "scripts/import: waiting for another run that builds in build/release ...\n")
         (self.top / "go").touch()
         self.assertEqual(self.finish(first), ("imported first.torrent\n", ANNOUNCED))
@@ -147,11 +147,11 @@ class SharedTest(ScriptTest):
     def test_the_tool_runs_without_the_lock(self):
         self.write("tool", "#!/usr/bin/env bash\necho running\nread -r line\n")
         first = self.start("import", "first.torrent", stdin=-1)
-        self.assertEqual(first.stdout.readline(), "running\n")
+        self.assertEqual(self.next_line(first.stdout), "running\n")
         self.assertEqual(self.run_script("import", "second.torrent", code=1), ("running\n", ""))
 
     def test_builds_in_different_folders_do_not_wait(self):
-        self.write("steps", f'touch begun; until [ -e "{self.top}/go" ]; do sleep 0.01; done\n')
+        self.write("steps", f"touch begun; {self.until_go()}\n")
         first = self.start("import", "first.torrent")
         self.wait_for(self.tree / "build/release/begun")
         second = self.start("test", "tsan")
@@ -180,8 +180,8 @@ class ForeignBuildTest(ScriptTest):
 
     def test_a_build_folder_of_another_user_stops_the_run_with_a_sentence(self):
         self.run_script("import", "x.torrent")
-        for name in ("build/release/CMakeCache.txt", "build/release/.ninja_log", "build/release.log", "build/release.lock",
-                     "build/release", "build"):
+        for name in ("build/release/CMakeCache.txt", "build/release/.ninja_log", "build/release.log",
+                     "build/release.lock", "build/release", "build"):
             with self.subTest(name):
                 self.open_to_all()
                 self.refuse(name)
@@ -245,7 +245,8 @@ class InterruptedTest(ScriptTest):
     def test_a_package_that_waits_says_so_too(self):
         first, _ = self.start_long("package")
         second = self.start("package")
-        self.assertEqual(second.stderr.readline(), "scripts/package: waiting for another run that makes a package ...\n")
+        self.assertEqual(self.next_line(second.stderr),
+                         "scripts/package: waiting for another run that makes a package ...\n")
         self.interrupt(second)
         self.assertEqual(self.finish(second, 130)[1], "scripts/package: interrupted; the next run begins again\n")
         self.assertIsNone(first.poll())
@@ -253,7 +254,7 @@ class InterruptedTest(ScriptTest):
     def test_a_run_that_waits_can_be_interrupted(self):
         first, _ = self.start_long("import", "first.torrent")
         second = self.start("import", "second.torrent")
-        self.assertIn("waiting", second.stderr.readline())
+        self.assertIn("waiting", self.next_line(second.stderr))
         self.interrupt(second)
         _, err = self.finish(second, 130)
         self.assertEqual(err, "scripts/import: interrupted; the next run goes on where this one stopped\n")
@@ -276,7 +277,7 @@ class InterruptedTest(ScriptTest):
     def test_the_tool_itself_ends_as_it_likes(self):
         self.write("tool", "#!/usr/bin/env bash\ntrap 'echo stopped; exit 5' INT\necho running\nsleep 100\n")
         process = self.start("import", "x.torrent")
-        self.assertEqual(process.stdout.readline(), "running\n")
+        self.assertEqual(self.next_line(process.stdout), "running\n")
         self.interrupt(process)
         self.assertEqual(self.finish(process, 5), ("stopped\n", ANNOUNCED))
 

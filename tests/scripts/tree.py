@@ -3,6 +3,7 @@ installs and checks. CMake and Ninja are the real ones."""
 
 import os
 import pathlib
+import select
 import shutil
 import signal
 import subprocess
@@ -15,8 +16,8 @@ TIMEOUT = 60
 NOBODY = 65534
 
 # The programs of a minimal system that the commands may use, beside CMake and Ninja.
-PROGRAMS = """awk basename bash cat chmod cmake cp dirname env find flock grep head id mkdir ninja nproc rm sed sleep sort
-              tail touch tr true uname xargs""".split()
+PROGRAMS = """awk bash cat chmod cmake cp dirname env find flock grep id mkdir ninja nproc rm sed sleep sort touch tr
+              true uname xargs""".split()
 
 # Takes its steps from the file "steps": each line is one of shell, and the line of "early", if there is one, is run as
 # soon as the project is configured. The tool that it makes says what it was given.
@@ -100,8 +101,8 @@ class ScriptTest(unittest.TestCase):
         """Starts a command as the leader of its own group of processes, as a terminal does."""
         environment = {"PATH": str(self.programs), "LC_ALL": "C.UTF-8", "HOME": str(self.top)}
         pipes = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
-        process = subprocess.Popen([self.tree / "scripts" / script, *arguments], env=environment, cwd=self.top, text=True,
-                                   start_new_session=True, **{**pipes, **settings})
+        process = subprocess.Popen([self.tree / "scripts" / script, *arguments], env=environment, cwd=self.top,
+                                   text=True, start_new_session=True, **{**pipes, **settings})
         self.addCleanup(self.end, process)
         return process
 
@@ -124,6 +125,16 @@ class ScriptTest(unittest.TestCase):
     def interrupt(self, process):
         """What Ctrl-C does."""
         os.killpg(process.pid, signal.SIGINT)
+
+    def until_go(self):
+        """A line of shell that waits until the test makes the file "go", or is over."""
+        return f'while [ -d "{self.top}" ] && [ ! -e "{self.top}/go" ]; do sleep 0.01; done'
+
+    def next_line(self, stream):
+        """The next line that a command prints."""
+        ready, _, _ = select.select([stream], [], [], TIMEOUT)
+        self.assertTrue(ready, "nothing was printed")
+        return stream.readline()
 
     def wait_for(self, path):
         end = time.monotonic() + TIMEOUT

@@ -47,7 +47,8 @@ must_write() {
 # hold NAME WORK: from here to `let_go` or the end no other run gets past hold NAME: it says what WORK it waits for.
 # Where there is no flock, on macOS, runs at the same time are not kept apart.
 hold() {
-  mkdir -p "$root/build" 2>/dev/null || fail 70 "the folder build cannot be made: the tree may not be written by this user"
+  mkdir -p "$root/build" 2>/dev/null ||
+    fail 70 "the folder build cannot be made: the tree may not be written by this user"
   must_write build "build/$1.lock"
   exec 9>>"$root/build/$1.lock"
   if command -v flock >/dev/null && ! flock -n 9; then
@@ -65,7 +66,8 @@ of_here() {
   [ "$(sed -n "s/^$2:INTERNAL=//p" "$root/build/$1/CMakeCache.txt")" -ef "$3" ]
 }
 
-# forget_other_place NAME: a folder that was moved or copied with its cache is configured afresh; what else it holds stays.
+# forget_other_place NAME: a folder that was moved or copied with its cache is configured afresh; what else it holds
+# stays.
 forget_other_place() {
   local folder=$root/build/$1
   [ -e "$folder/CMakeCache.txt" ] || return 0
