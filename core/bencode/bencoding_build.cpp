@@ -88,6 +88,7 @@ struct RegimeStore {
 
 template <class Parser>
 struct DirectSource {
+  explicit DirectSource(Parser& p) : parser(p) {}
   Parser& parser;
   IBencParser::PARSE_T Next(const unsigned char** text, size_t* len) { return parser.Next(text, len); }
 };
@@ -278,13 +279,13 @@ bool BencodedDict::ResumeDict(IBencParser* parser, BencEntity** child, AllocRegi
 const unsigned char* BencEntity::Parse(const unsigned char* buf, BencEntity& out, const unsigned char* end) {
   FixedInput<BencParser> parser(buf, end);
   const CopyStore store;
-  return TreeBuilder(DirectSource{parser}, store).Build(out) ? parser.position() : nullptr;
+  return TreeBuilder(DirectSource(parser), store).Build(out) ? parser.position() : nullptr;
 }
 
 const unsigned char* BencEntity::ParseInPlace(unsigned char* buf, BencEntity& out, const unsigned char* end) {
   FixedInput<BencParser> parser(buf, end);
   const BorrowStore store;
-  return TreeBuilder(DirectSource{parser}, store).Build(out) ? parser.position() : nullptr;
+  return TreeBuilder(DirectSource(parser), store).Build(out) ? parser.position() : nullptr;
 }
 
 const unsigned char* BencEntity::Parse(const unsigned char* buf, BencEntity& out, const unsigned char* end,
@@ -292,7 +293,7 @@ const unsigned char* BencEntity::Parse(const unsigned char* buf, BencEntity& out
   AssertAt(rgn != nullptr, kSource, 1013);
   FixedInput<BencParserElement> parser(buf, end, element_name);
   const CopyStore store;
-  if (!TreeBuilder(DirectSource{parser}, store).Build(out)) {
+  if (!TreeBuilder(DirectSource(parser), store).Build(out)) {
     return nullptr;
   }
   parser.GetElement(&rgn->start, &rgn->end);
