@@ -225,7 +225,7 @@ TEST_F(BencodingEdit, ACopyTakesBytesWithAZeroByteBehindThem) {
 }
 
 TEST_F(BencodingEdit, ACopyOfBytesWithAnotherByteBehindThemIsFatal) {
-  EXPECT_MISUSE(CopiedText([](BencEntityMem& v) { FillWithByteBehind(v, 'x'); }));
+  EXPECT_FATAL(CopiedText([](BencEntityMem& v) { FillWithByteBehind(v, 'x'); }), "core/bencoding", 1010);
 }
 
 TEST_F(BencodingEdit, StringSettersNeedAString) {

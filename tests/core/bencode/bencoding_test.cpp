@@ -200,7 +200,7 @@ void FreeKind(int kind) {
 TEST_F(BencodingDeathTest, FreeingAnInvalidKindIsFatal) {
   for (int kind : {7, 9, 128, 252, 256, -1}) {
     SCOPED_TRACE(kind);
-    EXPECT_FATAL_ANY_LINE(FreeKind(kind), "core/bencoding");
+    EXPECT_FATAL(FreeKind(kind), "core/bencoding", 1041);
   }
 }
 
@@ -320,7 +320,7 @@ TEST_F(BencodingDeathTest, MovingBetweenDifferentKindsIsFatal) {
       BencEntity target;
       Make(source, from);
       Make(target, to);
-      EXPECT_FATAL_ANY_LINE(target.MoveFrom(source), "core/bencoding");
+      EXPECT_FATAL(target.MoveFrom(source), "core/bencoding", 1002);
       source.FreeMembers();
       target.FreeMembers();
     }
@@ -332,7 +332,7 @@ TEST_F(BencodingDeathTest, MovingAValueOntoItselfIsFatal) {
     SCOPED_TRACE(kind);
     BencEntity value;
     Make(value, kind);
-    EXPECT_FATAL_ANY_LINE(value.MoveFrom(value), "core/bencoding");
+    EXPECT_FATAL(value.MoveFrom(value), "core/bencoding", 1001);
     value.FreeMembers();
   }
 }
@@ -444,8 +444,8 @@ TEST_F(BencodingDeathTest, ALazyReadOfAnotherKindIsFatal) {
     SCOPED_TRACE(kind);
     BencEntity value;
     Make(value, kind);
-    EXPECT_FATAL_ANY_LINE(AsLazy(value).GetInt64(0), "core/bencoding");
-    EXPECT_FATAL_ANY_LINE(AsLazy(value).GetInt(0), "core/bencoding");
+    EXPECT_FATAL(AsLazy(value).GetInt64(0), "core/bencoding", 1003);
+    EXPECT_FATAL(AsLazy(value).GetInt(0), "core/bencoding", 1003);
     value.FreeMembers();
   }
 }
@@ -454,7 +454,7 @@ TEST_F(BencodingDeathTest, ALazyReadOfAConvertedIntegerIsFatal) {
   BencEntity value;
   MakeText(value, BENC_INT_LAZY, "1");
   AsLazy(value).GetInt(0);
-  EXPECT_FATAL_ANY_LINE(AsLazy(value).GetInt(0), "core/bencoding");
+  EXPECT_FATAL(AsLazy(value).GetInt(0), "core/bencoding", 1003);
 }
 
 TEST_F(Bencoding, ParseNumTakesTheTextOfTheStringItself) {
@@ -783,8 +783,8 @@ TEST_F(Bencoding, DictGetStringCopyTakesAStringThatWasNeverSet) {
 
 TEST_F(BencodingDeathTest, CopyingAnUnterminatedStringIsFatal) {
   BencTreeOf tree("d1:a3:xyz1:b0:e", BencTreeOf::kInPlace);
-  EXPECT_FATAL_ANY_LINE(tree.dict().GetStringCopy("a"), "core/bencoding");
-  EXPECT_FATAL_ANY_LINE(tree.dict().GetStringCopy("b"), "core/bencoding");
+  EXPECT_FATAL(tree.dict().GetStringCopy("a"), "core/bencoding", 1010);
+  EXPECT_FATAL(tree.dict().GetStringCopy("b"), "core/bencoding", 1010);
 }
 
 TEST_F(Bencoding, DictGetStringCopyTakesABorrowedStringOnceItWasRead) {

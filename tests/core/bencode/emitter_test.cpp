@@ -171,8 +171,8 @@ TEST_F(Emitter, WritesNoRawBytesForLengthZero) {
 
 TEST_F(Emitter, RawBytesAtNullAreFatal) {
   BencodedEmitter out;
-  EXPECT_FATAL_ANY_LINE(out.Emit(nullptr, 1), "core/bencoding");
-  EXPECT_FATAL_ANY_LINE(out.Emit(nullptr, SIZE_MAX), "core/bencoding");
+  EXPECT_FATAL(out.Emit(nullptr, 1), "core/bencoding", 1045);
+  EXPECT_FATAL(out.Emit(nullptr, SIZE_MAX), "core/bencoding", 1045);
 }
 
 // Kinds that neither bencoding nor the listing nor XML can write.

@@ -149,10 +149,10 @@ TEST(LListDequeDeathTest, RepartitionOutOfTheBlockStops) {
   Queue edge(16, 8, 0);
   EXPECT_FATAL(edge.array.LDRepartition(kInt, edge.start, false), kSource, 235);
   Queue tail(16, 7, 4);  // its first slot would still fit
-  EXPECT_FATAL_ANY_LINE(tail.array.LDRepartition(kInt, tail.start, false), "core/templates");
+  EXPECT_FATAL(tail.array.LDRepartition(kInt, tail.start, false), "core/templates", 1002);
   Queue outside(16, 0, 4);
   outside.start = -1;
-  EXPECT_FATAL_ANY_LINE(outside.array.LDRepartition(kInt, outside.start, false), "core/templates");
+  EXPECT_FATAL(outside.array.LDRepartition(kInt, outside.start, false), "core/templates", 1002);
 }
 
 // Elements of no size make room for capacities beyond 32 bits.
@@ -204,7 +204,7 @@ TEST(LListDequeDeathTest, CompactOfARunOutsideTheBlockStops) {
   Queue q(16, 5, 3);
   for (ptrdiff_t start : {ptrdiff_t{-1}, ptrdiff_t{14}}) {
     q.start = start;
-    EXPECT_FATAL_ANY_LINE(q.array.LDCompact(kInt, q.start), "core/templates");
+    EXPECT_FATAL(q.array.LDCompact(kInt, q.start), "core/templates", 1003);
   }
 }
 

@@ -328,9 +328,9 @@ TEST_F(MapNode, InsertingIntoADeepTreeRunsOnASmallStack) {
 // The head of a map is such a node. It has no key.
 TEST(BareNode, IsNeverAskedForAKey) {
   const NodeBase node;
-  EXPECT_FATAL_ANY_LINE(static_cast<void>(node.isLessThan(&node, &node)), "core/templates");
-  EXPECT_FATAL_ANY_LINE(static_cast<void>(node.getData()), "core/templates");
-  EXPECT_FATAL_ANY_LINE(static_cast<void>(node.newNode(nullptr)), "core/templates");
+  EXPECT_FATAL(static_cast<void>(node.isLessThan(&node, &node)), "core/templates", 1005);
+  EXPECT_FATAL(static_cast<void>(node.getData()), "core/templates", 1006);
+  EXPECT_FATAL(static_cast<void>(node.newNode(nullptr)), "core/templates", 1007);
 }
 
 }  // namespace
