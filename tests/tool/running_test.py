@@ -349,13 +349,17 @@ class ProgressLine(tool.ToolTest):
         self.write("x.torrent")
         terminal = Terminal(self)
         settings = {"stdout": subprocess.PIPE, "stderr": terminal.theirs, "stdin": subprocess.PIPE, **settings}
+        shows_all = settings["stdout"] in ("terminal", subprocess.DEVNULL)  # a record or a complaint, with no delay
         if settings["stdout"] == "terminal":
             settings["stdout"] = terminal.theirs
         process = terminal.attach(self.start(*arguments, "-", **settings))
         process.stdin.write(line)
         process.stdin.flush()
         if process.stdout:
-            process.stdout.readline()  # the program's clock runs from here on at the latest
+            process.stdout.readline()
+        while shows_all and not terminal.chunks and process.poll() is None:
+            time.sleep(0.01)
+        # The program's clock runs from here on at the latest.
         end = self.feed(process, seconds, pause, line)
         process.communicate(timeout=tool.TIMEOUT)
         self.assertEqual(code, process.returncode)
