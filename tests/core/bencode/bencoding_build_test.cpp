@@ -7,7 +7,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -514,7 +513,8 @@ TEST_F(BencodingDoParse, WantsAContainerFirst) {
   EXPECT_TRUE(regime.log.empty());
 }
 
-TEST_F(BencodingDoParse, StoresByARegimeThatAClassWithTypeInformationIsDerivedFrom) {
+// The library has no type information, a program that links it may.
+TEST_F(BencodingDoParse, StoresByAClassDerivedFromARegimeOfTheLibrary) {
   struct CountingRegime : core::AllocateMemRegime {
     int strings = 0;
     core::BencArray<unsigned char>* NewMem(unsigned char* text, int len) override {
@@ -527,8 +527,6 @@ TEST_F(BencodingDoParse, StoresByARegimeThatAClassWithTypeInformationIsDerivedFr
   CountingRegime counting;
   ASSERT_TRUE(BencEntity::DoParse(root, &parser, &counting));
   EXPECT_EQ(2, counting.strings);
-  const BencEntity::AllocRegime& base = counting;
-  EXPECT_TRUE(typeid(CountingRegime) == typeid(base));
 }
 
 TEST_F(BencodingDoParse, FreesItsTargetFirst) {
