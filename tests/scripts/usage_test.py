@@ -69,6 +69,10 @@ class UsageTest(ScriptTest):
             with self.subTest(path.name):
                 self.assertTrue(os.access(path, os.X_OK) and "." not in path.name)
 
+    def test_each_step_of_the_tests_says_how_long_the_one_before_took(self):
+        out, _ = self.run_script("test", "tsan", "clang")
+        self.assertRegex(out, r"\A== tsan\n== clang \(tsan took [0-9]+ s\)\n\Z")
+
 
 if __name__ == "__main__":
     unittest.main()
