@@ -1,6 +1,7 @@
 // Content types and file extensions.
 #include <gtest/gtest.h>
 #include <stddef.h>
+#include <strings.h>
 
 #include <iterator>
 #include <set>
@@ -277,11 +278,17 @@ TEST(GuessContentType, FollowsTheLocale) {
   EXPECT_EQ("(none)", GuessFor(Units({'a', '.', 'g', 0xE9, 'f'})));
 }
 
+// The sanitizers put a function of their own in its place, which compares as in ASCII.
+bool StrcasecmpKnowsTheLocale() {
+  int (*volatile compare)(const char*, const char*) = strcasecmp;
+  return compare("I", "i") != 0;
+}
+
 // Where the small form of the letter I has no dot, "GIF" is not "gif".
 TEST(GuessContentType, ComparesCaseAsTheLocaleHasIt) {
   const TurkishLocale locale;
-  if (!locale.ok()) {
-    GTEST_SKIP() << "no Turkish locale";
+  if (!locale.ok() || !StrcasecmpKnowsTheLocale()) {
+    GTEST_SKIP() << "no Turkish locale, or a sanitizer that compares letters without it";
   }
   EXPECT_EQ("image/gif", GuessFor(L"a.gif"));
   EXPECT_EQ("(none)", GuessFor(L"A.GIF"));
@@ -290,8 +297,8 @@ TEST(GuessContentType, ComparesCaseAsTheLocaleHasIt) {
 
 TEST(ContentTypes, CompareCaseAsTheLocaleHasIt) {
   const TurkishLocale locale;
-  if (!locale.ok()) {
-    GTEST_SKIP() << "no Turkish locale";
+  if (!locale.ok() || !StrcasecmpKnowsTheLocale()) {
+    GTEST_SKIP() << "no Turkish locale, or a sanitizer that compares letters without it";
   }
   EXPECT_TRUE(StreamableType("Video/Mp4"));
   EXPECT_FALSE(StreamableType("VIDEO/MP4"));
