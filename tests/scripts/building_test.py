@@ -28,6 +28,11 @@ class FirstRunTest(ScriptTest):
         out, err = self.run_script("import", "x.torrent")
         self.assertEqual((out, err), ("imported x.torrent\n", ""))
 
+    def test_a_first_run_that_no_one_hears_builds_all_the_same(self):
+        with open("/dev/full", "w", encoding="utf-8") as full:
+            out, _ = self.run_script("import", "x.torrent", stderr=full)
+        self.assertEqual(out, "imported x.torrent\n")
+
     def test_a_rebuild_says_nothing(self):
         self.run_script("import", "x.torrent")
         self.write("steps", "true\ntrue\n")
@@ -191,7 +196,8 @@ class ForeignBuildTest(ScriptTest):
     def test_a_tree_that_may_not_be_written_stops_the_run_with_a_sentence(self):
         self.refuse(".")
         self.assertEqual(self.run_without_rights("import", "x.torrent"), (
-            "", "scripts/import: the folder build cannot be made: the tree may not be written by this user\n"))
+            "", "scripts/import: the folder build cannot be made: something else has its name, "
+                "or the tree may not be written by this user\n"))
 
     def test_every_command_that_builds_stops(self):
         self.write("core/a.cpp", "")

@@ -2,6 +2,7 @@
 """What the commands take for arguments, and what they refuse before they do anything."""
 
 import os
+import subprocess
 import unittest
 
 from tree import ROOT, ScriptTest
@@ -32,6 +33,7 @@ REFUSED = {
     ("package", "--output"): "--output needs a folder",
     ("package", "--output", ""): "--output needs a folder",
     ("package", "--output", "here", "more"): "unknown argument 'more'",
+    ("package", "--output", "/dev/null/x"): "the folder '/dev/null/x' cannot be made",
     ("test", "nonsense"): "unknown step 'nonsense'",
     ("test", ""): "unknown step ''",
     ("test", "lint", "--help"): "unknown step '--help'",
@@ -60,6 +62,15 @@ class UsageTest(ScriptTest):
                     self.assertTrue(out.startswith(f"Usage: scripts/{path.name}"), out)
                     self.assertEqual(err, "")
                     self.check_nothing_was_done()
+
+    def test_a_search_path_of_cd_does_not_lead_astray(self):
+        for path in sorted((ROOT / "scripts").iterdir()):
+            with self.subTest(path.name):
+                command = ["bash", "-c", f"export CDPATH=.:{ROOT}; scripts/{path.name} --help"]
+                result = subprocess.run(command, cwd=self.tree, env={"PATH": str(self.programs)}, text=True,
+                                        capture_output=True)
+                self.assertEqual((result.returncode, result.stderr), (0, ""))
+                self.assertTrue(result.stdout.startswith(f"Usage: scripts/{path.name}"), result.stdout)
 
     def test_the_help_of_the_tool_needs_the_tool(self):
         self.assertEqual(self.run_script("import", "--help-all")[0], "imported --help-all\n")

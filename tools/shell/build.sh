@@ -3,6 +3,11 @@
 
 script=scripts/${0##*/}
 
+# tell TEXT: says something on the way; where no one can hear it, the command goes on.
+tell() {
+  echo "$script: $1" >&2 || true
+}
+
 # fail CODE TEXT: says why the command stops, and stops it.
 fail() {
   echo "$script: $2" >&2
@@ -48,11 +53,11 @@ must_write() {
 # Where there is no flock, on macOS, runs at the same time are not kept apart.
 hold() {
   mkdir -p "$root/build" 2>/dev/null ||
-    fail 70 "the folder build cannot be made: the tree may not be written by this user"
+    fail 70 "the folder build cannot be made: something else has its name, or the tree may not be written by this user"
   must_write build "build/$1.lock"
   exec 9>>"$root/build/$1.lock"
   if command -v flock >/dev/null && ! flock -n 9; then
-    echo "$script: waiting for another run that $2 ..." >&2
+    tell "waiting for another run that $2 ..."
     flock 9
   fi
 }
@@ -125,7 +130,7 @@ build() {
 build_folder() {
   local name=$3
   enter "$name"
-  [ -e "$root/build/$name/built" ] || echo "$script: building $1, once; $2 ..." >&2
+  [ -e "$root/build/$name/built" ] || tell "building $1, once; $2 ..."
   if ! { configure "$name" "$4" "${@:6}" && run_ninja "$name" "$5"; } >"$root/build/$name.log"; then
     fail_with_log "$name" "the build failed"
   fi
