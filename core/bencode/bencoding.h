@@ -91,8 +91,7 @@ class BencEntity {
 
   // Replaces this value by a deep copy of the source: owned bytes are copied and terminated, borrowed
   // ones are borrowed by the copy too. The source may be this value, part of it, or hold it: it is
-  // copied as it was before. What this value held is freed, whatever the kind of the source, BENC_NULL
-  // and BENC_BOOL included.
+  // copied as it was before. What this value held is freed, also for BENC_NULL and BENC_BOOL.
   // On purpose: a BENC_NONE source leaves this value as it is.
   // Requires: for a string or lazy integer, this is one of those or BENC_NONE; for a list, this is a
   // list, if only an empty one. The source holds neither virtual lists nor BENC_VOID.
@@ -139,8 +138,8 @@ class BencEntity {
 
   // Builds the tree from any token source and any way of storing. False on failure, `out` then
   // being BENC_NONE.
-  // Cost: a token for each one read and each list closed by a bad one. Bytes from strangers are best
-  // read by a FixedInput<BencParser>.
+  // Cost: a token for each one read and each list closed by a bad one, which is quadratic in lists that
+  // end in a long malformed length: bytes from strangers are read by a FixedInput<BencParser>.
   static bool DoParse(BencEntity& out, IBencParser* parser, AllocRegime* regime);
 
   // Decodes the file at `path` into this value with the host's LoadFile_Safe.
@@ -293,8 +292,8 @@ class BencodedList : public BencEntity {
   size_t GetCount() const;
 
   // The element at `i`, valid until the list changes. A virtual list makes it on demand and keeps
-  // one: the next different index invalidates it. SIZE_MAX stands for none kept, so a virtual list asks
-  // nobody for it: it gives a BENC_NONE value as long as nothing was read.
+  // one: the next different index invalidates it. SIZE_MAX stands for none kept: as long as a virtual list
+  // keeps none, it asks nobody for that index and gives a BENC_NONE value.
   // Requires: a list or a virtual list; `i` < GetCount(), which is not checked.
   BencEntity* Get(size_t i) const;
 
@@ -349,7 +348,7 @@ class BencodedDict : public BencEntity {
   BencDictMap::iterator end() const;
 
   // The value under `key`, null when absent. Valid until it is freed or replaced.
-  // Cost: logarithmic.
+  // Cost: the height of the map (see Map).
   BencEntity* Get(const char* key) const;
 
   // The value under `key` when it has the kind asked for, else null or `def`.
@@ -362,7 +361,8 @@ class BencodedDict : public BencEntity {
   const char* GetString(const char* key, size_t expected_len) const;
   // A new terminated copy, freed with MyFree; a zero byte inside the string cuts it short.
   // Requires: the byte after the string is zero, as it is unless the tree was decoded in place and the
-  // string not read yet. The raw bytes of SetMem and SetMemOwn have no byte after them and need none.
+  // string is empty or was not read by GetString yet. The raw bytes of SetMem and SetMemOwn have no byte
+  // after them and need none.
   char* GetStringCopy(const char* key) const;
   const wchar_t* GetStringT(const char* key, int code_page, size_t* len) const;
   int GetInt(const char* key, int def) const;

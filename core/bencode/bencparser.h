@@ -39,7 +39,39 @@ class BencParser : public IBencParser {
   // ParseNext without the virtual call.
   // A byte that starts no token is stepped over. An integer without its `e` runs to the end of the
   // input and is reported as one; the call after it answers PARSE_EOF.
-  PARSE_T Next(const unsigned char** text, size_t* len) { return NextOf(*this, text, len); }
+  PARSE_T Next(const unsigned char** text, size_t* len) {
+    *len = 0;
+    if (position_ >= end_) [[unlikely]] {
+      return position_ == end_ ? PARSE_EOF : PARSE_ERROR;
+    }
+    const unsigned char byte = *position_;
+    if (static_cast<unsigned>(byte - '0') < 10u) {
+      *text = ParseString(len);
+      if (*text) {
+        return PARSE_STRING;
+      }
+      *len = 0;
+      return PARSE_ERROR;
+    }
+    ++position_;
+    switch (byte) {
+      case 'd':
+        *text = position_;
+        return PARSE_DICT;
+      case 'e':
+        *text = position_;
+        return PARSE_END;
+      case 'l':
+        *text = position_;
+        return PARSE_LIST;
+      case 'i':
+        *text = ParseNum(len);
+        return PARSE_INT;
+      default:
+        *text = nullptr;
+        return PARSE_ERROR;
+    }
+  }
 
   // Reads "<length>:<bytes>" and returns the first of the bytes with their number in `*len`.
   //
@@ -58,42 +90,6 @@ class BencParser : public IBencParser {
   const unsigned char* position() const { return position_; }
 
  protected:
-  // Next for `self`, this object by its own type, whose ParseString reads the strings.
-  template <class Self>
-  static PARSE_T NextOf(Self& self, const unsigned char** text, size_t* len) {
-    *len = 0;
-    if (self.position_ >= self.end_) [[unlikely]] {
-      return self.position_ == self.end_ ? PARSE_EOF : PARSE_ERROR;
-    }
-    const unsigned char byte = *self.position_;
-    if (static_cast<unsigned>(byte - '0') < 10u) {
-      *text = self.ParseString(len);
-      if (*text) {
-        return PARSE_STRING;
-      }
-      *len = 0;
-      return PARSE_ERROR;
-    }
-    ++self.position_;
-    switch (byte) {
-      case 'd':
-        *text = self.position_;
-        return PARSE_DICT;
-      case 'e':
-        *text = self.position_;
-        return PARSE_END;
-      case 'l':
-        *text = self.position_;
-        return PARSE_LIST;
-      case 'i':
-        *text = self.ParseNum(len);
-        return PARSE_INT;
-      default:
-        *text = nullptr;
-        return PARSE_ERROR;
-    }
-  }
-
   // A derived class may move both between two tokens, as when more input has come.
   const unsigned char* position_;
   const unsigned char* end_;
@@ -115,19 +111,15 @@ class BencParserElement : public BencParser {
   PARSE_T ParseNext(const unsigned char** text, size_t* len) override { return Next(text, len); }
 
   // ParseNext without the virtual call.
-  PARSE_T Next(const unsigned char** text, size_t* len) { return NextOf(*this, text, len); }
+  PARSE_T Next(const unsigned char** text, size_t* len) {
+    const PARSE_T token = BencParser::Next(text, len);
+    Note(token, text, len);
+    return token;
+  }
 
   // The element's first byte and one past its last, from `d` to `e` for a dictionary and the content
   // alone for a string; null where not found.
   void GetElement(unsigned char** start, unsigned char** end) const;
-
- protected:
-  template <class Self>
-  static PARSE_T NextOf(Self& self, const unsigned char** text, size_t* len) {
-    const PARSE_T token = BencParser::NextOf(self, text, len);
-    self.Note(token, text, len);
-    return token;
-  }
 
  private:
   void Note(PARSE_T token, const unsigned char* const* text, const size_t* len);
@@ -145,8 +137,8 @@ static_assert(sizeof(BencParserElement) == 64);
 // A tokenizer, BencParser or BencParserElement, whose input neither changes nor grows.
 //
 // A malformed length leaves the position where it is, and each list that it closes has the list around
-// it ask again: N digits in N lists would be read N times. This tokenizer answers the same, but reads
-// them once: nothing behind the first one matters any more.
+// it ask again: N digits in N lists would be read N times. This tokenizer gives the same tokens, but
+// reads them once: it forgets what stands behind the first digit, which ParseNum then ends at.
 template <class Tokenizer>
 class FixedInput : public Tokenizer {
  public:
@@ -156,14 +148,13 @@ class FixedInput : public Tokenizer {
   PARSE_T ParseNext(const unsigned char** text, size_t* len) override { return Next(text, len); }
 
   // ParseNext without the virtual call.
-  PARSE_T Next(const unsigned char** text, size_t* len) { return Tokenizer::NextOf(*this, text, len); }
-
-  const unsigned char* ParseString(size_t* len) {
-    const unsigned char* text = Tokenizer::ParseString(len);
-    if (!text && this->position_ < this->end_) [[unlikely]] {
-      this->end_ = this->position_ + 1;  // a length that is cut there is as malformed, and shorter
+  PARSE_T Next(const unsigned char** text, size_t* len) {
+    const unsigned char* const before = this->position_;
+    const PARSE_T token = Tokenizer::Next(text, len);
+    if (token == IBencParser::PARSE_ERROR && this->position_ == before && before < this->end_) [[unlikely]] {
+      this->end_ = before + 1;  // a length that is cut there is as malformed, and shorter
     }
-    return text;
+    return token;
   }
 };
 static_assert(sizeof(FixedInput<BencParser>) == sizeof(BencParser));

@@ -116,9 +116,10 @@ void fmt_number(FormatterOutputCallbackData& data, uint64_t value, int base, int
 
 // Writes `value` with `precision` decimals, 6 when absent, padded on the right to `width`.
 // On purpose: values between -1 and 0 lose their minus sign; a carry out of the decimals is not moved into
-// the integer part but adds a digit ("%.2f" of 0.999 is "0.100"); and a fraction that begins with as many
+// the integer part but adds a digit ("%.2f" of 0.999 is "0.100"); a fraction that begins with as many
 // zeros as there are decimals, without being zero, is written with one decimal more ("%.2f" of 0.001 is
-// "0.001", "%.0f" of 2.25 is "2.3").
+// "0.001", "%.0f" of 2.25 is "2.3"), which a carry makes two ("%.2f" of 0.0099 is "0.0010"); and precision 0
+// writes the point ("%.0f" of 2.0 is "2.").
 void fmt_double(FormatterOutputCallbackData& data, double value, int width, int precision, unsigned flags);
 
 // Writes an IPv4 address, most significant byte first, padded on the right to `width`. With the zero flag
@@ -139,7 +140,7 @@ void fmt_addr(FormatterOutputCallbackData& data, const SockAddr* addr, int width
 // Writes a byte count with its unit ("512 B", "1.5 kB"), truncated to one decimal, padded on the right
 // to `width`. The alt flag gives about three digits instead ("1.23 MB", "12.3 MB", "123 MB").
 // On purpose: exabytes begin at 2^62 hundredths of a byte, near 41 PB, and show as "0.0 EB" and "0.1 EB";
-// beyond 2^64 hundredths, near 164 PB, the count wraps.
+// beyond 2^64 hundredths, near 164 PB, the count wraps and may show as bytes below zero.
 void fmt_size(FormatterOutputCallbackData& data, uint64_t count, int width, unsigned flags);
 
 // Formats into `buf`, which is always terminated; output that does not fit is cut.
