@@ -10,8 +10,10 @@
 // of strings, which the author of a torrent can foresee. Keys and objects keep the order in which the
 // keys came; a key that is set again keeps its place. Strings of the same characters are the same key.
 //
-// It answers every method of a mutable dictionary as one does. A copy of it is one of the platform's,
-// whose cost does depend on the platform's hash. A capacity is a hint: no number is too large.
+// It answers every method of a mutable dictionary as one does. An enumerator goes over what was there when
+// it was made, whatever is changed meanwhile; a key that is set again does not disturb fast enumeration. A
+// copy is one of the platform's dictionaries, whose cost does depend on the platform's hash. A capacity is a
+// hint: no number is too large.
 //
 // Like any dictionary it may be read by many threads at once as long as none changes it. Keys are
 // strings: looking for anything else finds nothing, storing under anything else is refused with

@@ -34,6 +34,12 @@ id ObjectOf(reader::PathEntry* entry) {
   return value ? static_cast<id>(value) : NumberOf(entry);
 }
 
+bool IsEntry(id object, id key) { return object && [key isKindOfClass:[NSString class]]; }
+
+void RefuseEntry() {
+  [NSException raise:NSInvalidArgumentException format:@"a file table takes an object under a string"];
+}
+
 }  // namespace
 
 @implementation SorrelFileTable
@@ -56,6 +62,10 @@ id ObjectOf(reader::PathEntry* entry) {
 - (id)initWithObjects:(const id[])objects forKeys:(const id[])keys count:(NSUInteger)count {
   self = [self initWithCapacity:count];
   for (NSUInteger i = 0; i < count; ++i) {
+    if (!IsEntry(objects[i], keys[i])) {
+      [self release];
+      RefuseEntry();
+    }
     [self setObject:objects[i] forKey:keys[i]];
   }
   return self;
@@ -137,8 +147,8 @@ id ObjectOf(reader::PathEntry* entry) {
 }
 
 - (void)setObject:(id)object forKey:(id)string {
-  if (!object || ![string isKindOfClass:[NSString class]]) {
-    [NSException raise:NSInvalidArgumentException format:@"a file table takes an object under a string"];
+  if (!IsEntry(object, string)) {
+    RefuseEntry();
   }
   const uint64_t hash = [self hashOfKey:string];
   reader::PathEntry* entry = [self entryForKey:string hash:hash];

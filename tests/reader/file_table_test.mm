@@ -298,6 +298,21 @@ TEST_F(FileTableTest, HoldsKeysAndObjects) {
   EXPECT_EQ("value", Text([table_ objectForKey:@"key"]));
 }
 
+TEST_F(FileTableTest, NothingIsLeftOfOneThatCannotBeMade) {
+  NSMutableString* value = [NSMutableString stringWithString:@"value"];
+  const NSUInteger count = [value retainCount];
+  const id objects[] = {value, value};
+  const id keys[] = {@"a", [NSNull null]};
+  bool raised = false;
+  try {
+    [[SorrelFileTable alloc] initWithObjects:objects forKeys:keys count:2];
+  } catch (...) {
+    raised = true;
+  }
+  EXPECT_TRUE(raised);
+  EXPECT_EQ(count, [value retainCount]);
+}
+
 TEST_F(FileTableTest, ReleasesWhatItHeld) {
   NSMutableString* value = [NSMutableString stringWithString:@"value"];
   const NSUInteger count = [value retainCount];
