@@ -1,7 +1,9 @@
 #include "platform/gnustep/plugin_bundle.h"
 
 #include <dlfcn.h>
+#include <stdarg.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 
 namespace {
@@ -28,6 +30,24 @@ id ReadPropertyList(NSString* path) {
   } catch (...) {
     return nil;  // raised for some malformed lists
   }
+}
+
+// Prints a line on standard error, with a question mark for each byte that is no ASCII character or that
+// controls a terminal: names of bundles are as their authors like them.
+[[gnu::format(printf, 1, 2)]] void Complain(const char* format, ...) {
+  char* line = nullptr;
+  va_list args;
+  va_start(args, format);
+  const int length = vasprintf(&line, format, args);
+  va_end(args);
+  if (length < 0) {
+    return;
+  }
+  for (int i = 0; i < length; ++i) {
+    line[i] = line[i] >= ' ' && line[i] <= '~' ? line[i] : '?';
+  }
+  fprintf(stderr, "%s\n", line);
+  free(line);
 }
 
 // Returns `object` if it is of `kind`, otherwise nil.
@@ -133,7 +153,7 @@ NSDictionary* FactoriesByType(NSDictionary* declared, NSDictionary* functions) {
   if (!code) {
     code = dlopen(file, RTLD_NOW | RTLD_LOCAL);
     if (!code) {
-      fprintf(stderr, "Cannot load plug-in code: %s\n", dlerror());
+      Complain("Cannot load plug-in code: %s", dlerror());
     }
   }
   void* loaded = code;
@@ -149,8 +169,8 @@ NSDictionary* FactoriesByType(NSDictionary* declared, NSDictionary* functions) {
   }
   void* function = dlsym(loaded, [name UTF8String]);
   if (!function) {
-    fprintf(stderr, "Cannot find function %s for factory %s in %s\n", [name UTF8String],
-            [[factory UUIDString] UTF8String], [executable fileSystemRepresentation]);
+    Complain("Cannot find function %s for factory %s in %s", [name UTF8String], [[factory UUIDString] UTF8String],
+             [executable fileSystemRepresentation]);
   }
   return reinterpret_cast<CFPlugInFactoryFunction>(function);
 }

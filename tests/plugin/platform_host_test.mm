@@ -175,6 +175,14 @@ TEST_F(PlugInHost, MissingCodeIsNamedOnStandardError) {
   EXPECT_EQ(said.rfind("Cannot load plug-in code: " + Module().string(), 0), 0u) << said;
 }
 
+TEST_F(PlugInHost, WhatItSaysControlsNoTerminal) {
+  OpenSample("NoSuch\u202EFunction");
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(Instance(), nullptr);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "Cannot find function NoSuch???Function for factory " + factory_ + " in " + Module().string() + "\n");
+}
+
 TEST_F(PlugInHost, CodeThatIsNoModuleIsRefused) {
   OpenSample("SampleFactory");
   temp_.Write("Sample.bundle/Contents/Linux/Sample", "not a module");

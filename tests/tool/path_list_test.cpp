@@ -233,6 +233,18 @@ TEST(PathList, InputEndsWhenAskedToStop) {
   EXPECT_EQ(std::nullopt, list.Next());
 }
 
+TEST(PathList, AnUnfinishedLineIsNoPathWhenAskedToStop) {
+  Pipe input("one\ntw"), stop("");
+  PathList::Source source;
+  source.paths = {"-"};
+  source.input = input.reader();
+  source.stop = stop.reader();
+  PathList list(source);
+  EXPECT_EQ("one", list.Next()->path);
+  EXPECT_EQ(1, write(stop.writer(), "", 1));
+  EXPECT_EQ(std::nullopt, list.Next());
+}
+
 TEST(PathList, InputIsNotCollected) {
   Pipe input("one\n");
   PathList list = FromInput(input.reader(), '\n');

@@ -24,7 +24,8 @@ constexpr char kImportEnd[] = R"(Paths:
 Formats:
   mdls     keys in a column, arrays in parentheses, for people. Failures go to standard error, as
            "mdtorrent: PATH: reason".
-  json     one array of objects {"path", "imported", "attributes", "error"}.
+  json     one array of objects {"path", "imported", "attributes", "error"}. At a terminal it leaves
+           no line for the progress of the run.
   ndjson   the same objects, one a line, each written without waiting for files further on.
   plist    the same as an XML property list.
   In the last three "error" is there only when "imported" is false, and "attributes" is then empty;
@@ -44,8 +45,8 @@ Exit codes:
 
 Encodings:
   Text in a torrent is read as UTF-8, and text that is no UTF-8 by the locale's encoding. Where a
-  torrent declares UTF-8, other text is lost; where it declares a code page or an East Asian
-  encoding, such as Windows-1251 or Big5, all text is read by the locale's, whichever it is, but for
+  torrent declares UTF-8, other text is lost; where it declares another encoding that the importer
+  knows, such as Windows-1251 or Big5, all text is read by the locale's, whichever it is, but for
   the fields name.utf-8 and path.utf-8. What the locale cannot read is lost. See --locale: locale -a
   lists what is installed, and on Debian "sudo dpkg-reconfigure locales" installs more (package
   locales).

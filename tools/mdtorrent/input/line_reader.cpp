@@ -22,18 +22,19 @@ bool WaitFor(int fd, int stop_fd) {
 bool LineReader::Fill() {
   at_ = 0;
   block_.clear();
-  if (!WaitFor(fd_, stop_fd_)) {
-    return false;
-  }
-  block_.resize(kBlock);
-  ssize_t got;
+  ssize_t got = -1;
   do {
+    if (!WaitFor(fd_, stop_fd_)) {
+      return false;
+    }
+    block_.resize(kBlock);
     got = read(fd_, block_.data(), block_.size());
-  } while (got < 0 && (errno == EINTR || errno == EAGAIN) && WaitFor(fd_, stop_fd_));
+    block_.resize(got > 0 ? static_cast<size_t>(got) : 0);
+  } while (got < 0 && (errno == EINTR || errno == EAGAIN));
+  ended_ = got == 0;
   if (got < 0) {
     error_ = errno;
   }
-  block_.resize(got > 0 ? static_cast<size_t>(got) : 0);
   return got > 0;
 }
 
@@ -55,7 +56,7 @@ bool LineReader::Next(std::string& line) {
       return true;
     }
   }
-  return !line.empty();
+  return ended_ && !line.empty();
 }
 
 }  // namespace mdtorrent

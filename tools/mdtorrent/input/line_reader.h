@@ -14,7 +14,8 @@ class LineReader {
   LineReader(int fd, char separator, int stop_fd) : fd_(fd), separator_(separator), stop_fd_(stop_fd) {}
 
   // Stores the next line that is not empty, without its separator; false at the end of the input.
-  // The last line needs no separator. Of a line longer than any path only the start is kept.
+  // The last line needs no separator, but what was read of a line when the wait was given up or an error
+  // came is no line. Of a line longer than any path only the start is kept.
   bool Next(std::string& line);
 
   // The error that ended the input early; 0 when it ended as it should.
@@ -31,6 +32,7 @@ class LineReader {
   char separator_;
   int stop_fd_;
   int error_ = 0;
+  bool ended_ = false;  // whether the input has come to its end
   std::string block_;
   size_t at_ = 0;
 };
