@@ -54,6 +54,15 @@ class Rooms(PlantedFaults):
                     '#include "core/base/mem1.h"\n#include "core/net/util_ip.h"\n#include <stdio.h>\n')
         self.assertEqual(self.faults("rooms.py"), [])
 
+    def test_includes_in_other_forms(self):
+        for form in ("#include <core/util/util.h>", '#include_next "core/util/util.h"', '%:include "core/util/util.h"',
+                     "#include A_NAME", '#include /* what */ "core/util/util.h"',
+                     '#if 0\n#import "core/util/util.h"\n#endif'):
+            with self.subTest(form):
+                self.setUp()
+                self.append("core/base/mem1.h", form + "\n")
+                self.assertEqual(len(self.faults("rooms.py")), 1)
+
     def test_source_that_looks_right_unlisted(self):
         line = self.append("core/base/mem1.cpp", '#include "core/text/nustr.h"\n')
         self.assertEqual(self.faults("rooms.py"),
@@ -78,7 +87,9 @@ class Rooms(PlantedFaults):
 
     def test_file_outside_the_rooms(self):
         self.append("core/attic.h", "#pragma once\n")
-        self.assertEqual([fault.split(":")[0] for fault in self.faults("rooms.py")], ["core/attic.h"])
+        self.append("core/base/attic.inc", '#include "core/util/util.h"\n')
+        self.assertEqual([fault.split(":")[0] for fault in self.faults("rooms.py")],
+                         ["core/attic.h", "core/base/attic.inc"])
 
     def test_include_from_outside_the_library(self):
         line = self.append("core/base/mem1.cpp", '#include "QuickLookPlugin/limits.h"\n')
@@ -130,7 +141,31 @@ class Assertions(PlantedFaults):
                            "void f(bool a, int line) { AssertAt(a, kSource, line); }\n"
                            "void g(bool a) {\n  f(a, kFullLine);\n  f(a, kFullLine);\n  f(a, 12);\n}\n")
         self.assertEqual([fault.split(" ")[0] for fault in self.faults("assertions.py")],
-                         [f"core/base/memutils.cpp:{line + 1}:", f"core/base/memutils.cpp:{line + 6}:"])
+                         [f"core/base/memutils.cpp:{line + number}:" for number in (4, 5, 6)])
+
+    def test_numbers_given_to_templates(self):
+        line = self.append("core/format/strfmt.cpp", "void f() { RunFormat<char>(1, kNarrowLimitLine); }\n")
+        self.assertIn(f"core/format/strfmt.cpp:{line}: ", "\n".join(self.faults("assertions.py")))
+
+    def test_two_checks_on_one_line(self):
+        self.append("core/base/memutils.cpp",
+                    'void f(bool a) { AssertAt(a, "core/memutils", 12); AssertAt(!a, "core/memutils", 12); }\n')
+        self.assertEqual(len(self.faults("assertions.py")), 2)
+
+    def test_texts_and_letters_in_a_condition(self):
+        self.append("core/base/memutils.cpp",
+                    """void f(char a) {\n  AssertAt(a != '"' && a != ')' && g("http://(\\"", a), "core/memutils", """
+                    '12);\n  FatalAssert("core/memutils", 12);\n}\n')
+        self.assertEqual(len(self.faults("assertions.py")), 2)
+
+    def test_variables_and_octal_numbers(self):
+        for number in ("line", "017", "kElsewhereLine", "12 + 1"):
+            with self.subTest(number):
+                self.setUp()
+                call = f'AssertAt(a, "core/memutils", {number});'
+                line = self.append("core/base/memutils.cpp", f"void f(bool a) {{ {call} }}\n")
+                expected = f"core/base/memutils.cpp:{line}: {NUMBERS}, not {number}"
+                self.assertEqual(self.faults("assertions.py"), [expected])
 
     def test_unknown_source(self):
         line = self.append("core/base/memutils.cpp", "void f(bool a) { AssertAt(a, kElsewhere, 12); }\n")
