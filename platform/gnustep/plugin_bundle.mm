@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 #include <stdarg.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 
 namespace {
@@ -32,22 +31,18 @@ id ReadPropertyList(NSString* path) {
   }
 }
 
-// Prints a line on standard error, with a question mark for each byte that is no ASCII character or that
-// controls a terminal: names of bundles are as their authors like them.
+// Prints a line on standard error, cut at a length that no honest one has, and with a question mark for each byte that
+// is no ASCII character or that controls a terminal: names of bundles are as their authors like them.
 [[gnu::format(printf, 1, 2)]] void Complain(const char* format, ...) {
-  char* line = nullptr;
+  char line[8192] = "";
   va_list args;
   va_start(args, format);
-  const int length = vasprintf(&line, format, args);
+  vsnprintf(line, sizeof line, format, args);
   va_end(args);
-  if (length < 0) {
-    return;
-  }
-  for (int i = 0; i < length; ++i) {
-    line[i] = line[i] >= ' ' && line[i] <= '~' ? line[i] : '?';
+  for (char* c = line; *c != '\0'; ++c) {
+    *c = *c >= ' ' && *c <= '~' ? *c : '?';
   }
   fprintf(stderr, "%s\n", line);
-  free(line);
 }
 
 // Returns `object` if it is of `kind`, otherwise nil.
