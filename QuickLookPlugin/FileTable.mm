@@ -59,7 +59,7 @@ void RefuseEntry() {
 
 // Every other way of making a dictionary may end here, and a platform's own implementation need not
 // make anything of a class that it does not know.
-- (id)initWithObjects:(const id[])objects forKeys:(const id[])keys count:(NSUInteger)count {
+- (id)initWithObjects:(const id[])objects forKeys:(const id<NSCopying>[])keys count:(NSUInteger)count {
   self = [self initWithCapacity:count];
   for (NSUInteger i = 0; i < count; ++i) {
     if (!IsEntry(objects[i], keys[i])) {

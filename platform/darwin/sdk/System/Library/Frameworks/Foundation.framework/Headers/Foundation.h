@@ -10,6 +10,9 @@ using NSTimeInterval = double;
 @class NSArray;
 @class NSString;
 
+@protocol NSCopying
+@end
+
 enum NSComparisonResult : NSInteger { NSOrderedAscending = -1, NSOrderedSame, NSOrderedDescending };
 enum NSStringCompareOptions : NSUInteger { NSLiteralSearch = 2 };
 
